@@ -1,0 +1,14 @@
+#ifndef QUORVEX_QUORVEX_H
+#define QUORVEX_QUORVEX_H
+
+/* The whole interface of libquorvex.so. Compiles as C11 and as C++20. */
+
+#include "quorvex/confile.h"
+#include "quorvex/coordinates.h"
+#include "quorvex/errors.h"
+#include "quorvex/galvo.h"
+#include "quorvex/session.h"
+#include "quorvex/trap.h"
+#include "quorvex/types.h"
+
+#endif

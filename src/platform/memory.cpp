@@ -1,0 +1,30 @@
+#include "platform/memory.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+
+static void *HeapAllocate(size_t bytes) { return std::malloc(bytes); }
+
+static void HeapRelease(void *block) { std::free(block); }
+
+static const ZVK_MemoryTable kHeap = {HeapAllocate, HeapRelease};
+static std::atomic<const ZVK_MemoryTable *> s_memory{&kHeap};
+
+const ZVK_MemoryTable &Memory() { return *s_memory.load(std::memory_order_acquire); }
+
+void UseMemory(const ZVK_MemoryTable *table)
+{
+    s_memory.store(table ? table : &kHeap, std::memory_order_release);
+}
+
+void *AllocateZeroed(int64_t count, size_t valueSize)
+{
+    const size_t values = count > 0 ? static_cast<size_t>(count) : 0;
+    size_t bytes = 0;
+    if (__builtin_mul_overflow(values, valueSize, &bytes)) return nullptr;
+    if (bytes == 0) bytes = 1;
+    void *block = Memory().allocate(bytes);
+    if (block) std::memset(block, 0, bytes);
+    return block;
+}
