@@ -9,9 +9,9 @@
 // The size of every path buffer, terminator included.
 constexpr size_t kPathSize = 4096;
 
-// The full path of a file in the common data folder: $ZVK_COMMON_APPDATA if it is set; else /var/lib
-// if /var/lib/ZVK640 exists; else $XDG_DATA_HOME or ~/.local/share; then "/ZVK640/" and the name.
-// The folder is not made. Empty when memory ran out.
+// The full path of a file in the common data folder: $ZVK_COMMON_APPDATA if it is set; else
+// /var/lib if /var/lib/ZVK640 exists; else $XDG_DATA_HOME or ~/.local/share; then "/ZVK640/" and
+// the name. The folder is not made. Empty when memory ran out.
 std::string CommonDataPath(const char *fileName) noexcept;
 
 #endif

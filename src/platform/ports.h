@@ -8,18 +8,18 @@
 
 struct ZVK_PortEntry
 {
-    std::string friendlyName;  // ends in "(COMn)"
-    std::string device;        // what the serial back-end opens
+    std::string friendlyName; // ends in "(COMn)"
+    std::string device;       // what the serial back-end opens
 };
 
-// Every port: first those of ZVK_SERIAL_PORTS, in its order, then those found. False when the list could
-// not be made.
+// Every port: first those of ZVK_SERIAL_PORTS, in its order, then those found. False when the list
+// could not be made.
 bool ListPorts(std::vector<ZVK_PortEntry> &ports) noexcept;
 
 // The device file of port number n, empty when there is no such port.
 std::string DeviceOfPort(int port) noexcept;
 
 typedef bool (*ZVK_PortLister)(std::vector<ZVK_PortEntry> &ports);
-void UsePorts(ZVK_PortLister lister);  // null: back to the ports of this machine
+void UsePorts(ZVK_PortLister lister); // null: back to the ports of this machine
 
 #endif

@@ -1,27 +1,27 @@
 #ifndef QUORVEX_PLATFORM_SERIAL_H
 #define QUORVEX_PLATFORM_SERIAL_H
 
-// Serial ports by number, 1 to 255. A write waits until its bytes are out, so that a flush behind it
-// loses nothing.
+// Serial ports by number, 1 to 255. A write waits until its bytes are out, so that a flush behind
+// it loses nothing.
 
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
 
-// open: 8 data bits, no parity, one stop bit, no flow control; opening an open port closes it first.
-// isOpen: 1 or 0. setTimeout: seconds of silence after which a read ends; 0 waits for ever.
-// read: up to `count` bytes; ends early when nothing arrives for a whole time-out. readLine: the same,
-// but ends behind the termination byte, which is neither stored nor counted. Both give the bytes
-// stored; no terminator is added. Negative results are failures.
-#define ZVK_SERIAL_CALLS(X)                                                       \
-    X(open, int(int port, int baudRate))                                          \
-    X(isOpen, int(int port))                                                      \
-    X(setTimeout, int(int port, double seconds))                                  \
-    X(write, int(int port, const void *bytes, size_t count))                      \
-    X(read, int(int port, void *bytes, size_t count))                             \
-    X(readLine, int(int port, void *bytes, size_t count, int terminator))         \
-    X(flushInput, int(int port))                                                  \
-    X(flushOutput, int(int port))                                                 \
+// open: 8 data bits, no parity, one stop bit, no flow control; opening an open port closes it
+// first. isOpen: 1 or 0. setTimeout: seconds of silence after which a read ends; 0 waits for ever.
+// read: up to `count` bytes; ends early when nothing arrives for a whole time-out. readLine: the
+// same, but ends behind the termination byte, which is neither stored nor counted. Both give the
+// bytes stored; no terminator is added. Negative results are failures.
+#define ZVK_SERIAL_CALLS(X)                                                                        \
+    X(open, int(int port, int baudRate))                                                           \
+    X(isOpen, int(int port))                                                                       \
+    X(setTimeout, int(int port, double seconds))                                                   \
+    X(write, int(int port, const void *bytes, size_t count))                                       \
+    X(read, int(int port, void *bytes, size_t count))                                              \
+    X(readLine, int(int port, void *bytes, size_t count, int terminator))                          \
+    X(flushInput, int(int port))                                                                   \
+    X(flushOutput, int(int port))                                                                  \
     X(close, int(int port))
 
 struct ZVK_SerialTable
@@ -31,7 +31,7 @@ struct ZVK_SerialTable
 #undef X
 };
 
-const ZVK_SerialTable &Serial();               // the table in use, every entry set
-void UseSerial(const ZVK_SerialTable *table);  // null: back to the real ports
+const ZVK_SerialTable &Serial();              // the table in use, every entry set
+void UseSerial(const ZVK_SerialTable *table); // null: back to the real ports
 
 #endif

@@ -1,0 +1,23 @@
+#ifndef QUORVEX_PLATFORM_FOLDER_FACTS_H
+#define QUORVEX_PLATFORM_FOLDER_FACTS_H
+
+// What the choice of folders depends on, and the choice itself, which is pure.
+
+#include <string>
+
+struct ZVK_FolderFacts
+{
+    std::string commonOverride;      // $ZVK_COMMON_APPDATA, empty when unset
+    std::string systemBase;          // /var/lib
+    bool systemFolderExists = false; // systemBase/ZVK640 is a folder
+    std::string xdgDataHome;         // $XDG_DATA_HOME, empty when unset
+    std::string xdgConfigHome;       // $XDG_CONFIG_HOME, empty when unset
+    std::string home;                // $HOME, else from the user data base; never empty
+};
+
+// Defined by the platform folder. May throw std::bad_alloc.
+ZVK_FolderFacts CollectFolderFacts();
+
+std::string DecideCommonBase(const ZVK_FolderFacts &facts);
+
+#endif

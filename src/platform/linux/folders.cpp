@@ -1,0 +1,52 @@
+// What the environment and the user data base say about folders.
+
+#include "platform/folder_facts.h"
+
+#include <cstdlib>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+constexpr const char *kSystemBase = "/var/lib";
+constexpr size_t kUserEntrySize = 16384;
+
+static std::string Variable(const char *name)
+{
+    const char *value = std::getenv(name);
+    return value ? value : "";
+}
+
+static std::string HomeFromUserDataBase()
+{
+    std::vector<char> texts(kUserEntrySize);
+    passwd entry{};
+    passwd *found = nullptr;
+    if (getpwuid_r(geteuid(), &entry, texts.data(), texts.size(), &found) != 0 || !found)
+        return "/";
+    return found->pw_dir && *found->pw_dir ? found->pw_dir : "/";
+}
+
+static std::string Home()
+{
+    std::string home = Variable("HOME");
+    return home.empty() ? HomeFromUserDataBase() : home;
+}
+
+static bool IsFolder(const std::string &path)
+{
+    struct stat facts;
+    return stat(path.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode);
+}
+
+ZVK_FolderFacts CollectFolderFacts()
+{
+    ZVK_FolderFacts facts;
+    facts.commonOverride = Variable("ZVK_COMMON_APPDATA");
+    facts.systemBase = kSystemBase;
+    facts.systemFolderExists = IsFolder(facts.systemBase + "/ZVK640");
+    facts.xdgDataHome = Variable("XDG_DATA_HOME");
+    facts.xdgConfigHome = Variable("XDG_CONFIG_HOME");
+    facts.home = Home();
+    return facts;
+}

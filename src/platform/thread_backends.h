@@ -1,0 +1,16 @@
+#ifndef QUORVEX_PLATFORM_THREAD_BACKENDS_H
+#define QUORVEX_PLATFORM_THREAD_BACKENDS_H
+
+// The pool and the timer thread behind the table of threads.h. Both are made on first use and never
+// destroyed: the process may end at any moment with their threads running.
+
+#include "platform/threads.h"
+
+int PoolSchedule(ZVK_PoolFunction function, void *data, int *functionId);
+int PoolWait(int functionId);
+int PoolRelease(int functionId);
+
+int TimerStart(double intervalS, ZVK_TimerCallback callback, void *data);
+int TimerDiscard(int timerId);
+
+#endif
