@@ -3,6 +3,8 @@
 
 // What the choice of folders depends on, and the choice itself, which is pure.
 
+#include "platform/folders.h"
+
 #include <string>
 
 struct ZVK_FolderFacts
@@ -18,6 +20,13 @@ struct ZVK_FolderFacts
 // Defined by the platform folder. May throw std::bad_alloc.
 ZVK_FolderFacts CollectFolderFacts();
 
+// Makes a folder and those above it that are missing. Defined by the platform folder.
+void MakeFolder(const std::string &path);
+
 std::string DecideCommonBase(const ZVK_FolderFacts &facts);
+
+// `userDirs` is the text of user-dirs.dirs, empty when there is none.
+std::string DecideUserFolder(ZVK_UserFolder folder, const ZVK_FolderFacts &facts,
+                             const std::string &userDirs);
 
 #endif

@@ -14,4 +14,15 @@ constexpr size_t kPathSize = 4096;
 // the name. The folder is not made. Empty when memory ran out.
 std::string CommonDataPath(const char *fileName) noexcept;
 
+enum ZVK_UserFolder
+{
+    ZVK_FOLDER_PICTURES = 0,
+    ZVK_FOLDER_VIDEOS = 1
+};
+
+// The user's folder for pictures or videos, without a last slash, as the desktop's user-dirs.dirs
+// names it; else ~/Pictures and ~/Videos. It is made if it isn't there; whether that worked shows
+// when something is written to it. Empty when memory ran out.
+std::string UserFolderPath(ZVK_UserFolder folder) noexcept;
+
 #endif

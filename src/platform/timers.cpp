@@ -3,8 +3,8 @@
 
 #include "platform/thread_backends.h"
 
+#include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <condition_variable>
 #include <map>
 #include <mutex>

@@ -8,6 +8,8 @@
 #include <unistd.h>
 #include <vector>
 
+constexpr mode_t kFolderMode = 0755; // less the user's mask
+
 constexpr const char *kSystemBase = "/var/lib";
 constexpr size_t kUserEntrySize = 16384;
 
@@ -49,4 +51,13 @@ ZVK_FolderFacts CollectFolderFacts()
     facts.xdgConfigHome = Variable("XDG_CONFIG_HOME");
     facts.home = Home();
     return facts;
+}
+
+void MakeFolder(const std::string &path)
+{
+    // Each step may find its folder there already; the last one's success shows when it is used.
+    for (size_t slash = path.find('/', 1); slash != std::string::npos;
+         slash = path.find('/', slash + 1))
+        (void)mkdir(path.substr(0, slash).c_str(), kFolderMode);
+    (void)mkdir(path.c_str(), kFolderMode);
 }
