@@ -13,7 +13,7 @@
  *
  * Messages of one posting thread arrive in their order. A message can be lost, but never come in
  * twice or damaged: when a listener has 10,000 messages waiting the next ones are dropped, and a
- * process that is stopped, or starved, for longer than about a millisecond while more than a few
+ * process that is stopped, or starved, for longer than a millisecond while more than a few
  * messages are posted (the kernel queues net.unix.max_dgram_qlen of them) misses those.
  *
  * Every call may come from any thread. After a fork the child has the names but no listeners; it
@@ -61,7 +61,7 @@ ZVK_API uint32_t ZVK_Messages_Register(const char *name);
 /**
  * Sends a message to every listener of its id, in this process and in all others of the user.
  * Returns without waiting for them to take it; listeners of other processes that have no room hold
- * it up for a millisecond at most.
+ * it up for a millisecond or two at most.
  *
  * @param id      from ZVK_Messages_Register
  * @param first   any number

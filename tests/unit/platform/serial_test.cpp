@@ -203,7 +203,8 @@ TEST_F(Serial_, ReadTakesNoMoreThanAskedFor)
 
 TEST_F(Serial_, TimeoutCountsFromByteToByte)
 {
-    // The one thing here that has to take its time: all bytes together need longer than the time-out.
+    // The one thing here that has to take its time: all bytes together need longer than the
+    // time-out.
     Open(1.0);
     std::future<std::string> reader = std::async(std::launch::async, [&] { return Read(4); });
     laser.Send("a");
