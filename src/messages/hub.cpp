@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <system_error>
 
@@ -38,7 +39,7 @@ static void StartAnewInChild()
     Hub *fresh = new (std::nothrow) Hub;
     if (fresh) {
         fresh->names.swap(old->names);
-        fresh->folder.swap(old->folder);
+        std::memcpy(fresh->folder, old->folder, sizeof fresh->folder);
         fresh->mark = NewProcessMark();
         fresh->beforeFork = old;
     }
@@ -95,8 +96,11 @@ void Deliver(Hub &hub, const MessageRecord &record) noexcept
 
 bool FindFolder(Hub &hub)
 {
-    if (hub.folder.empty()) hub.folder = MeetingFolder();
-    return !hub.folder.empty();
+    if (hub.folder[0] != '\0') return true;
+    const std::string folder = MeetingFolder();
+    if (folder.empty() || folder.size() >= sizeof hub.folder) return false;
+    std::memcpy(hub.folder, folder.c_str(), folder.size() + 1);
+    return true;
 }
 
 // A thread for each inbox, which it closes when the inbox has ended. Own posts went to the
@@ -119,11 +123,19 @@ static void EmptyInbox(Hub &hub, int socket) noexcept
     }
 }
 
+// The folder may have been taken away since it was found; then it is made again.
+static bool OpenInboxSomewhere(Hub &hub, Inbox &inbox)
+{
+    if (FindFolder(hub) && OpenInbox(hub.folder, inbox)) return true;
+    hub.folder[0] = '\0';
+    return FindFolder(hub) && OpenInbox(hub.folder, inbox);
+}
+
 bool OpenHubInbox(Hub &hub)
 {
     if (hub.inbox.socket >= 0) return true;
     Inbox inbox;
-    if (hub.leaving || !FindFolder(hub) || !OpenInbox(hub.folder, inbox)) return false;
+    if (hub.leaving || !OpenInboxSomewhere(hub, inbox)) return false;
     try {
         std::thread([&hub, socket = inbox.socket] { EmptyInbox(hub, socket); }).detach();
     } catch (const std::exception &) { // no thread or no memory for one

@@ -47,8 +47,8 @@ struct Hub
     std::map<uint32_t, MessageName> names;
     std::map<int32_t, std::shared_ptr<Listener>> listeners;
     int32_t lastListener = 0;
-    std::string folder; // empty until found; not changed after that
-    Inbox inbox;        // open while there are listeners
+    char folder[kInboxPathSize] = ""; // empty until found
+    Inbox inbox;                      // open while there are listeners
     int outbox = -1;
     uint64_t mark = 0;         // this process, as posters are told apart
     bool leaving = false;      // the process is ending
@@ -61,7 +61,7 @@ Hub *TheHub() noexcept;
 
 // These want the hub's mutex locked.
 void Deliver(Hub &hub, const MessageRecord &record) noexcept;
-bool FindFolder(Hub &hub);   // false when there is none; may throw std::bad_alloc
+bool FindFolder(Hub &hub); // unless it is known; false when there is none; may throw std::bad_alloc
 bool OpenHubInbox(Hub &hub); // true when it is open; may throw std::bad_alloc
 void CloseUnusedInbox(Hub &hub) noexcept;
 

@@ -41,7 +41,7 @@ enum Received
 std::string MeetingFolder();
 
 // Opens an inbox in the folder. False when that can't be done.
-bool OpenInbox(const std::string &folder, Inbox &inbox) noexcept;
+bool OpenInbox(const char *folder, Inbox &inbox) noexcept;
 
 // Takes the inbox's entry away and lets the thread that receives see its end.
 void EndInbox(const Inbox &inbox) noexcept;
@@ -55,7 +55,8 @@ int OpenOutbox() noexcept;
 void CloseSocket(int socket) noexcept;
 
 // Sends to every inbox in the folder but the one at ownPath, and takes away those that are dead.
-void SendToOthers(int outbox, const std::string &folder, const char *ownPath,
+// False when there is no such folder.
+bool SendToOthers(int outbox, const char *folder, const char *ownPath,
                   const MessageRecord &record) noexcept;
 
 // A number for this process that no other has, now or later.

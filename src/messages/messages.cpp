@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstring>
 #include <new>
 #include <string_view>
 #include <system_error>
@@ -99,6 +100,7 @@ int32_t ZVK_Messages_Post(uint32_t id, int64_t first, int64_t second)
     if (!hub) return ZVK_MESSAGES_NO_ROOM;
     MessageRecord record = {kMessageMagic, id, 0, 0, 0, first, second};
     Inbox own;
+    char folder[kInboxPathSize];
     int outbox = -1;
     try {
         const Lock lock(hub->guard);
@@ -112,11 +114,15 @@ int32_t ZVK_Messages_Post(uint32_t id, int64_t first, int64_t second)
         if (!reachesOthers || hub->outbox < 0) return ZVK_MESSAGES_ONLY_THIS_PROCESS;
         own = hub->inbox;
         outbox = hub->outbox;
+        std::memcpy(folder, hub->folder, sizeof folder);
     } catch (const std::bad_alloc &) {
         return ZVK_MESSAGES_NO_ROOM;
     }
-    SendToOthers(outbox, hub->folder, own.path, record); // without the lock: it may take a moment
-    return ZVK_MESSAGES_OK;
+    // Without the lock: it may take a moment.
+    if (SendToOthers(outbox, folder, own.path, record)) return ZVK_MESSAGES_OK;
+    const Lock lock(hub->guard);
+    hub->folder[0] = '\0'; // taken away; the next call finds or makes it anew
+    return ZVK_MESSAGES_ONLY_THIS_PROCESS;
 }
 
 int32_t ZVK_Messages_Listen(uint32_t id, ZVK_MessageCallback callback, void *callbackData,

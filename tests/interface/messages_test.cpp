@@ -366,6 +366,20 @@ TEST(Inbox, IsThereWhileSomebodyListensAndNobodyElseCanEnter)
     EXPECT_TRUE(OwnInboxes().empty());
 }
 
+TEST(Inbox, AFolderThatWasTakenAwayIsMadeAgain)
+{
+    const uint32_t id = ZVK_Messages_Register("taken away");
+    const int32_t before = Listen(id);
+    EXPECT_EQ(ZVK_Messages_Unlisten(before), 0);
+    fs::remove_all(MeetingFolder());
+    EXPECT_EQ(ZVK_Messages_Post(id, 1, 1), ZVK_MESSAGES_ONLY_THIS_PROCESS);
+    EXPECT_EQ(ZVK_Messages_Post(id, 1, 1), 0);
+    fs::remove_all(MeetingFolder());
+    const int32_t listener = Listen(id);
+    EXPECT_EQ(OwnInboxes().size(), 1u);
+    EXPECT_EQ(ZVK_Messages_Unlisten(listener), 0);
+}
+
 // What travels, as another program might make it.
 struct WireRecord
 {

@@ -27,12 +27,12 @@ struct CloseFolder
     void operator()(DIR *folder) const { (void)closedir(folder); }
 };
 
-static bool MakeAddress(const std::string &folder, const char *name, sockaddr_un &address)
+static bool MakeAddress(const char *folder, const char *name, sockaddr_un &address)
 {
     address = {};
     address.sun_family = AF_UNIX;
     const int length =
-        std::snprintf(address.sun_path, sizeof address.sun_path, "%s/%s", folder.c_str(), name);
+        std::snprintf(address.sun_path, sizeof address.sun_path, "%s/%s", folder, name);
     return length > 0 && static_cast<size_t>(length) < sizeof address.sun_path;
 }
 
@@ -42,7 +42,7 @@ static const sockaddr *Generic(const sockaddr_un &address)
 }
 
 // A name in use is left alone: it may be that of a process in another container with our number.
-static bool BindToFreeName(int number, const std::string &folder, sockaddr_un &address)
+static bool BindToFreeName(int number, const char *folder, sockaddr_un &address)
 {
     for (int serial = 1; serial <= kSerialsTried; ++serial) {
         char name[32];
@@ -54,7 +54,7 @@ static bool BindToFreeName(int number, const std::string &folder, sockaddr_un &a
     return false;
 }
 
-bool OpenInbox(const std::string &folder, Inbox &inbox) noexcept
+bool OpenInbox(const char *folder, Inbox &inbox) noexcept
 {
     const int number = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (number < 0) return false;
@@ -122,11 +122,11 @@ static void SendToOne(int outbox, const sockaddr_un &address, const MessageRecor
     }
 }
 
-void SendToOthers(int outbox, const std::string &folder, const char *ownPath,
+bool SendToOthers(int outbox, const char *folder, const char *ownPath,
                   const MessageRecord &record) noexcept
 {
-    const std::unique_ptr<DIR, CloseFolder> entries(opendir(folder.c_str()));
-    if (!entries) return;
+    const std::unique_ptr<DIR, CloseFolder> entries(opendir(folder));
+    if (!entries) return false;
     int triesLeft = kTriesWhenFull;
     while (const dirent *entry = readdir(entries.get())) {
         sockaddr_un address;
@@ -134,6 +134,7 @@ void SendToOthers(int outbox, const std::string &folder, const char *ownPath,
         if (std::strcmp(address.sun_path, ownPath) == 0) continue;
         SendToOne(outbox, address, record, triesLeft);
     }
+    return true;
 }
 
 uint64_t NewProcessMark() noexcept

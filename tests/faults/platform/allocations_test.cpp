@@ -136,22 +136,6 @@ TEST(FailingNew_, CountsLiveBlocks)
     EXPECT_EQ(LiveNewBlocks(), before);
 }
 
-// Runs the call with the first allocation failing, then the second, and so on. `check` sees whether
-// one failed.
-template <class Call, class Check>
-static void FailEachAllocation(Call call, Check check)
-{
-    bool failed = true;
-    for (int nth = 1; failed; ++nth) {
-        {
-            FailingNew allocations(nth);
-            call();
-            failed = allocations.Failed();
-        }
-        check(failed);
-    }
-}
-
 TEST(SeamsWithoutMemory, WholeFileTellsNoMemory)
 {
     ScratchFolder folder;

@@ -3,17 +3,6 @@
 
 // Lets a chosen C++ allocation fail. Programs below tests/faults have operator new replaced for
 // this; the general heap's table (failing_memory.h) is another thing, and is not counted here.
-//
-//     bool failed = true;
-//     for (int nth = 1; failed; ++nth) {
-//         int32_t status = 0;
-//         {
-//             FailingNew allocations(nth);
-//             status = ZVK_...;            // nothing of the test itself in here
-//             failed = allocations.Failed();
-//         }
-//         EXPECT_EQ(status, failed ? ZVK_..._NO_MEMORY : 0);
-//     }
 
 #include <cstdint>
 
@@ -39,5 +28,26 @@ public:
 
 // C++ blocks of all threads that are out: a difference of two readings shows a leak.
 int64_t LiveNewBlocks();
+
+// Runs `call` with the first C++ allocation of this thread failing, then the second, and so on,
+// until none fails. `check`, a function of a bool, sees after each run whether one failed. Gives
+// the number of allocations. Nothing of the test itself belongs into `call`.
+//
+//     FailEachAllocation([&] { status = ZVK_...; },
+//                        [&](bool failed) { EXPECT_EQ(status, failed ? ZVK_..._NO_MEMORY : 0); });
+template <class Call, class Check>
+int FailEachAllocation(Call call, Check check)
+{
+    for (int nth = 1;; ++nth) {
+        bool failed = false;
+        {
+            const FailingNew allocations(nth);
+            call();
+            failed = allocations.Failed();
+        }
+        check(failed);
+        if (!failed) return nth - 1;
+    }
+}
 
 #endif
