@@ -1,0 +1,57 @@
+#ifndef QUORVEX_DEMO_H
+#define QUORVEX_DEMO_H
+
+// What the demo's parts hand each other: a session that was worked, and what it left to be drawn.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+struct Point
+{
+    double x = 0.0;
+    double y = 0.0;
+};
+
+// One trap as it was seen: where it was at each look, in pixels.
+struct Track
+{
+    int32_t path = 0;
+    std::string label;
+    std::vector<Point> seen;
+};
+
+// One block of the four mirror voltages, with the traps that share its time.
+struct Block
+{
+    int32_t clockRate = 0;                 // samples per second
+    int32_t samplesPerChannel = 0;
+    std::vector<double> volts;             // four channels one after the other
+    std::vector<std::string> labels[2];    // by slot, for each path
+};
+
+struct SessionResult
+{
+    bool failed = false;
+    std::vector<Track> tracks;
+    Block block;                       // caught while traps were moving
+    std::vector<Point> limits[2];      // the mirror limits of each path as an outline in pixels
+    double field[4] = {0, 0, 0, 0};    // calibrated field: xMin, xMax, yMin, yMax in pixels
+    double pixelsPerMicrometre = 0.0;
+};
+
+// Brings up the session of the instrument folder that ZVK_COMMON_APPDATA names, works it and prints what
+// it did. `folder` is where the objective file goes.
+SessionResult WorkSession(const std::string &title, const std::string &folder);
+
+// Draws the block and the tracks. False when the file could not be written.
+bool DrawPicture(const SessionResult &session, const std::string &file);
+
+// -- what the person sees (report.cpp) --
+
+void PrintTitle(const std::string &title);
+void PrintStep(const std::string &what, const std::string &outcome);
+void PrintProgress(const std::string &what, double share);  // 0 to 1; 1 ends the line
+std::string Format(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
+#endif

@@ -1,0 +1,87 @@
+// quorvex-demo: works a real session twice, simulated and against the virtual DAQ card, and draws what
+// the mirrors and the traps did.
+
+#include "demo.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Options
+{
+    fs::path samples;
+    fs::path card;
+    fs::path out;
+};
+
+}  // namespace
+
+static int Usage()
+{
+    std::fputs("usage: quorvex-demo SAMPLES CARD OUT\n"
+               "  SAMPLES  the folder with the instrument folders simulated/ and virtual/\n"
+               "  CARD     the virtual DAQ card's library\n"
+               "  OUT      where to work and to leave the picture\n",
+               stderr);
+    return 2;
+}
+
+// A copy of an instrument folder to work in: the session writes its log there. False with one sentence
+// on what to do.
+static bool CopyInstrument(const fs::path &from, const fs::path &to)
+{
+    std::error_code error;
+    fs::create_directories(to, error);
+    if (!error) {
+        fs::copy(from, to, fs::copy_options::recursive | fs::copy_options::overwrite_existing, error);
+    }
+    if (error) {
+        std::fprintf(stderr, "Cannot copy %s to %s (%s): name an OUT folder that can be written.\n",
+                     from.c_str(), to.c_str(), error.message().c_str());
+        return false;
+    }
+    return true;
+}
+
+static SessionResult WorkIn(const Options &options, const char *kind, const std::string &title)
+{
+    SessionResult failed;
+    failed.failed = true;
+    const fs::path folder = options.out / kind;
+    if (!CopyInstrument(options.samples / kind, folder)) return failed;
+    setenv("ZVK_COMMON_APPDATA", folder.c_str(), 1);
+    return WorkSession(title, (folder / "ZVK640").string());
+}
+
+int main(int argc, char **argv)
+{
+    if (argc != 4) return Usage();
+    std::error_code error;
+    const Options options = {fs::absolute(argv[1], error), fs::absolute(argv[2], error),
+                             fs::absolute(argv[3], error)};
+    if (!fs::exists(options.card)) {
+        std::fprintf(stderr, "There is no virtual DAQ card at %s: build the tree first.\n", options.card.c_str());
+        return 1;
+    }
+    setenv("ZVK_DAQMX_LIBRARY", options.card.c_str(), 1);
+
+    std::puts("Quorvex drives the ZVK640 optical trapping instrument. This demo works one session\n"
+              "twice, with no instrument on the desk.");
+    const SessionResult simulated = WorkIn(options, "simulated", "Session 1 of 2: simulated mirrors");
+    const SessionResult card = WorkIn(options, "virtual", "Session 2 of 2: the hardware path, on the virtual DAQ card");
+
+    const fs::path picture = options.out / "demo.png";
+    const bool drawn = !card.failed && DrawPicture(card, picture.string());
+    std::puts("");
+    if (drawn) std::printf("The picture: %s\n", picture.c_str());
+    if (simulated.failed || card.failed || !drawn) {
+        std::puts("The demo failed: the lines marked FAILED tell where.");
+        return 1;
+    }
+    return 0;
+}
