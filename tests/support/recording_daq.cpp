@@ -1,5 +1,6 @@
 #include "recording_daq.h"
 
+#include <cstring>
 #include <algorithm>
 #include <charconv>
 #include <cstdarg>

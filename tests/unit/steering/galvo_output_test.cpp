@@ -10,7 +10,7 @@ static const Calls kStartCalls = {
     "setChanAttribute(t1, \"Dev1/ao0:3\", 0x183C, 10235)",
     "setChanAttribute(t1, \"Dev1/ao0:3\", 0x2A8F, 6195)",
     "setWriteAttribute(t1, 0x1453, 10158)",
-    "registerEveryNSamplesEvent(t1, 2, 50, 0)",
+    "registerEveryNSamplesEvent(t1, 2, 50, 0, callback)",
     "cfgOutputBuffer(t1, 100)",
     "writeAnalogF64(t1, 100, 0, 10, 0)",
     "startTask(t1)",
