@@ -179,7 +179,7 @@ static int32_t ReadSettings(SessionHandle vi, std::string &device)
     g_galvoDaq.everyNSamples = keys.everyNSamples;
     g_galvoDaq.trigger = keys.trigger;
     StoreFlag(g_galvoDaq.simulate, keys.simulate);
-    device = keys.device;
+    device = keys.device.text;
     return status;
 }
 

@@ -1,0 +1,202 @@
+// How a file's text becomes sections and items.
+
+#include "files/ini_store.h"
+#include "platform/files.h"
+
+#include <algorithm>
+#include <new>
+
+constexpr size_t kLongestLine = 1024;
+constexpr std::string_view kPartWord = " Line";
+
+// Cuts the next line off the text. CR, LF and NUL end a line; CR LF and LF CR are one end.
+static std::string_view NextLine(std::string_view &text)
+{
+    size_t end = 0;
+    while (end < text.size() && text[end] != '\n' && text[end] != '\r' && text[end] != '\0') ++end;
+    const std::string_view line = text.substr(0, std::min(end, kLongestLine));
+    if (end == text.size()) {
+        text = {};
+        return line;
+    }
+    const char first = text[end];
+    const char second = end + 1 < text.size() ? text[end + 1] : '\0';
+    const bool pair = (first == '\r' && second == '\n') || (first == '\n' && second == '\r');
+    text.remove_prefix(end + (pair ? 2 : 1));
+    return line;
+}
+
+namespace {
+
+// What the lines so far have led to.
+struct Loading
+{
+    IniStore &store;
+    std::string pending;  // comment lines that wait for the next section or item
+};
+
+}  // namespace
+
+static std::string_view Keep(IniStore &store, std::string text)
+{
+    if (text.empty()) return {};
+    return store.texts.emplace_back(std::move(text));
+}
+
+static std::string_view TakePending(Loading &loading)
+{
+    std::string text;
+    text.swap(loading.pending);
+    return Keep(loading.store, std::move(text));
+}
+
+static void AddComment(std::string &comment, std::string_view line)
+{
+    if (!comment.empty()) comment += "\r\n";
+    comment += line;
+}
+
+// A comment that stands above a line that is no section and no item, before the first section, is the
+// file's head.
+static void Ignore(Loading &loading)
+{
+    if (loading.pending.empty() || !loading.store.sections.empty()) return;
+    std::string head(loading.store.headComment);
+    AddComment(head, loading.pending);
+    loading.pending.clear();
+    loading.store.headComment = Keep(loading.store, std::move(head));
+}
+
+static bool OpenSection(Loading &loading, std::string_view line)
+{
+    const size_t close = line.find(']');
+    if (close == std::string_view::npos || !Trimmed(line.substr(close + 1)).empty()) return false;
+    IniSection section;
+    section.name = Trimmed(line.substr(1, close - 1));
+    section.comment = TakePending(loading);
+    loading.store.sections.push_back(std::move(section));
+    return true;
+}
+
+static bool AddItem(Loading &loading, std::string_view line)
+{
+    const size_t separator = line.find('=');
+    if (separator == std::string_view::npos) return false;
+    std::string_view value = Trimmed(line.substr(separator + 1));
+    if (value.empty() || loading.store.sections.empty()) return false;
+    IniItem item;
+    item.tag = Trimmed(line.substr(0, separator));
+    item.quoted = value.size() >= 2 && value.front() == '"' && value.back() == '"';
+    item.value = item.quoted ? value.substr(1, value.size() - 2) : value;
+    item.comment = TakePending(loading);
+    loading.store.sections.back().items.push_back(item);
+    return true;
+}
+
+static void LoadLine(Loading &loading, std::string_view line)
+{
+    while (!line.empty() && Trimmed(line.substr(0, 1)).empty()) line.remove_prefix(1);
+    if (!line.empty() && line.front() == ';') {
+        AddComment(loading.pending, line);
+        return;
+    }
+    const bool taken = !line.empty() && line.front() == '[' ? OpenSection(loading, line) : AddItem(loading, line);
+    if (!taken) Ignore(loading);
+}
+
+// The number of a part such as "tag Line0002", and the tag's length before it; -1: no part.
+static int64_t PartNumber(std::string_view tag, size_t *length)
+{
+    size_t digits = tag.size();
+    while (digits > 0 && tag[digits - 1] >= '0' && tag[digits - 1] <= '9') --digits;
+    if (digits == tag.size() || !tag.substr(0, digits).ends_with(kPartWord)) return -1;
+    *length = digits - kPartWord.size();
+    int64_t number = 0;
+    for (char c : tag.substr(digits)) number = std::min<int64_t>(number * 10 + (c - '0'), INT32_MAX);
+    return number;
+}
+
+// A long value stands in parts: number 1, then others. They become one item again.
+static void JoinParts(IniStore &store, std::vector<IniItem> &items)
+{
+    size_t to = 0;
+    for (size_t from = 0; from < items.size();) {
+        IniItem item = items[from++];
+        size_t length = 0;
+        if (PartNumber(item.tag, &length) == 1) {
+            item.tag = Trimmed(item.tag.substr(0, length));
+            std::string whole(item.value);
+            size_t ignored = 0;
+            while (from < items.size()) {
+                const int64_t number = PartNumber(items[from].tag, &ignored);
+                if (number < 0 || number == 1) break;
+                whole += items[from++].value;
+            }
+            item.value = Keep(store, std::move(whole));
+        }
+        items[to++] = item;
+    }
+    items.resize(to);
+}
+
+void PutInOrder(IniStore &store)
+{
+    if (!store.sorted || !store.disordered) return;
+    for (IniSection &section : store.sections) {
+        std::stable_sort(section.items.begin(), section.items.end(),
+                         [](const IniItem &a, const IniItem &b) { return CompareNames(a.tag, b.tag) < 0; });
+    }
+    std::stable_sort(store.sections.begin(), store.sections.end(), [](const IniSection &a, const IniSection &b) {
+        return CompareNames(a.name, b.name) < 0;
+    });
+    store.lastSection = 0;
+    store.disordered = false;
+}
+
+int Ini_ReadFromText(IniStore *store, std::string text)
+{
+    try {
+        Loading loading{*store, {}};
+        std::string_view rest = store->texts.emplace_back(std::move(text));
+        while (!rest.empty()) LoadLine(loading, NextLine(rest));
+        store->tailComment = TakePending(loading);
+        for (IniSection &section : store->sections) JoinParts(*store, section.items);
+        store->disordered = true;
+        return 0;
+    } catch (const std::bad_alloc &) {
+        return INI_NO_MEMORY;
+    }
+}
+
+// The whole file in one go.
+static int LoadBytes(int file, std::string &bytes)
+{
+    const int64_t size = Files().size(file);
+    if (size < 0) return INI_FAILED;
+    bytes.resize(static_cast<size_t>(size) + 1);  // one more, to see the end in the first read
+    size_t filled = 0;
+    for (;;) {
+        const int64_t got = Files().read(file, bytes.data() + filled, bytes.size() - filled);
+        if (got < 0) return INI_FAILED;
+        if (got == 0) break;
+        filled += static_cast<size_t>(got);
+        if (filled == bytes.size()) bytes.resize(2 * bytes.size());
+    }
+    bytes.resize(filled);
+    return 0;
+}
+
+int Ini_ReadFromFile(IniStore *store, const char *path)
+{
+    if (store == nullptr) return INI_NO_MEMORY;
+    const int file = Files().open(path, ZVK_OPEN_READ);
+    if (file < 0) return INI_FAILED;
+    std::string bytes;
+    int result = INI_NO_MEMORY;
+    try {
+        result = LoadBytes(file, bytes);
+    } catch (const std::bad_alloc &) {
+    }
+    (void)Files().close(file);
+    return result < 0 ? result : Ini_ReadFromText(store, std::move(bytes));
+}
