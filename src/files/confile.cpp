@@ -4,9 +4,9 @@
 
 #include "files/file_names.h"
 #include "files/ini_store.h"
+#include "platform/memory.h"
 #include "quorvex/errors.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -29,7 +29,7 @@ static int32_t FetchString(IniStore *store, const char *section, const char *tag
     if (Ini_GetStringCopy(store, section, tag, &copy) <= 0) return ZVK_CONFILE_NOT_FOUND;
     const size_t length = std::strlen(copy);
     if (length > 0) std::memcpy(data, copy, length < kStringSize ? length + 1 : kStringSize);
-    std::free(copy);
+    Release(copy);
     return length > 0 ? ZVK_SUCCESS : ZVK_CONFILE_NOT_FOUND;
 }
 
