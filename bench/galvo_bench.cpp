@@ -1,5 +1,5 @@
-// The scan buffer's update against the fill of as many samples, and a long trajectory against writing as
-// many nodes to fresh memory.
+// The scan buffer's update against the fill of as many samples, and a long trajectory against
+// writing as many nodes to fresh memory.
 
 #include "ratio.h"
 
@@ -48,7 +48,8 @@ static void Prepare(int32_t mode)
 static void Rewind()
 {
     for (ZVK_GalvoState &row : g_galvo) {
-        for (int32_t wp = 0; wp < row.NumOfWP; ++wp) row.trajectory[wp] = row.lists[wp];
+        for (int32_t wp = 0; wp < row.NumOfWP; ++wp)
+            row.trajectory[wp] = row.lists[wp];
     }
 }
 
@@ -76,7 +77,8 @@ BENCHMARK(UpdateAgainstFill)->ArgName("mode")->Arg(1)->Arg(2)->UseManualTime();
 static void UpdateAtRest(benchmark::State &state)
 {
     Prepare(ZVK_MOVE_STAND);
-    for (auto _ : state) benchmark::DoNotOptimize(ZVK_Galvo_UpdateBuffer());
+    for (auto _ : state)
+        benchmark::DoNotOptimize(ZVK_Galvo_UpdateBuffer());
     ZVK_Galvo_Shutdown(0);
 }
 BENCHMARK(UpdateAtRest);
@@ -124,8 +126,10 @@ static void BuildTrajectoryOfAMillionNodes(benchmark::State &state)
             freeing.push_back(SecondsOf(FreeLong));
         },
         [] {
-            auto *nodes = static_cast<ZVK_GalvoNode *>(std::malloc(sizeof(ZVK_GalvoNode) * (kNodes + 1)));
-            for (int32_t i = 0; i <= kNodes; ++i) nodes[i] = {0, 8, 1.0, 2.0, nodes + i, nodes + i};
+            auto *nodes =
+                static_cast<ZVK_GalvoNode *>(std::malloc(sizeof(ZVK_GalvoNode) * (kNodes + 1)));
+            for (int32_t i = 0; i <= kNodes; ++i)
+                nodes[i] = {0, 8, 1.0, 2.0, nodes + i, nodes + i};
             benchmark::DoNotOptimize(nodes);
             benchmark::ClobberMemory();
             std::free(nodes);
@@ -133,4 +137,9 @@ static void BuildTrajectoryOfAMillionNodes(benchmark::State &state)
     state.counters["free_share"] = Median(freeing) / Median(building);
     ZVK_Galvo_Shutdown(0);
 }
-BENCHMARK(BuildTrajectoryOfAMillionNodes)->ArgName("waveForm")->Arg(1)->Arg(2)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BuildTrajectoryOfAMillionNodes)
+    ->ArgName("waveForm")
+    ->Arg(1)
+    ->Arg(2)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);

@@ -1,5 +1,5 @@
-// Fits the transform of a path to measured points, as a calibration tool does: here the points are made
-// from the transform in use, so that the fit can be checked.
+// Fits the transform of a path to measured points, as a calibration tool does: here the points are
+// made from the transform in use, so that the fit can be checked.
 
 #include <quorvex/quorvex.h>
 

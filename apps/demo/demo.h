@@ -24,24 +24,24 @@ struct Track
 // One block of the four mirror voltages, with the traps that share its time.
 struct Block
 {
-    int32_t clockRate = 0;                 // samples per second
+    int32_t clockRate = 0;  // samples per second
     int32_t samplesPerChannel = 0;
-    std::vector<double> volts;             // four channels one after the other
-    std::vector<std::string> labels[2];    // by slot, for each path
+    std::vector<double> volts;           // four channels one after the other
+    std::vector<std::string> labels[2];  // by slot, for each path
 };
 
 struct SessionResult
 {
     bool failed = false;
     std::vector<Track> tracks;
-    Block block;                       // caught while traps were moving
-    std::vector<Point> limits[2];      // the mirror limits of each path as an outline in pixels
-    double field[4] = {0, 0, 0, 0};    // calibrated field: xMin, xMax, yMin, yMax in pixels
+    Block block;                     // caught while traps were moving
+    std::vector<Point> limits[2];    // the mirror limits of each path as an outline in pixels
+    double field[4] = {0, 0, 0, 0};  // calibrated field: xMin, xMax, yMin, yMax in pixels
     double pixelsPerMicrometre = 0.0;
 };
 
-// Brings up the session of the instrument folder that ZVK_COMMON_APPDATA names, works it and prints what
-// it did. `folder` is where the objective file goes.
+// Brings up the session of the instrument folder that ZVK_COMMON_APPDATA names, works it and prints
+// what it did. `folder` is where the objective file goes.
 SessionResult WorkSession(const std::string &title, const std::string &folder);
 
 // Draws the block and the tracks. False when the file could not be written.

@@ -1,5 +1,5 @@
-// quorvex-demo: works a real session twice, simulated and against the virtual DAQ card, and draws what
-// the mirrors and the traps did.
+// quorvex-demo: works a real session twice, simulated and against the virtual DAQ card, and draws
+// what the mirrors and the traps did.
 
 #include "demo.h"
 
@@ -31,14 +31,15 @@ static int Usage()
     return 2;
 }
 
-// A copy of an instrument folder to work in: the session writes its log there. False with one sentence
-// on what to do.
+// A copy of an instrument folder to work in: the session writes its log there. False with one
+// sentence on what to do.
 static bool CopyInstrument(const fs::path &from, const fs::path &to)
 {
     std::error_code error;
     fs::create_directories(to, error);
     if (!error) {
-        fs::copy(from, to, fs::copy_options::recursive | fs::copy_options::overwrite_existing, error);
+        fs::copy(from, to, fs::copy_options::recursive | fs::copy_options::overwrite_existing,
+                 error);
     }
     if (error) {
         std::fprintf(stderr, "Cannot copy %s to %s (%s): name an OUT folder that can be written.\n",
@@ -65,15 +66,18 @@ int main(int argc, char **argv)
     const Options options = {fs::absolute(argv[1], error), fs::absolute(argv[2], error),
                              fs::absolute(argv[3], error)};
     if (!fs::exists(options.card)) {
-        std::fprintf(stderr, "There is no virtual DAQ card at %s: build the tree first.\n", options.card.c_str());
+        std::fprintf(stderr, "There is no virtual DAQ card at %s: build the tree first.\n",
+                     options.card.c_str());
         return 1;
     }
     setenv("ZVK_DAQMX_LIBRARY", options.card.c_str(), 1);
 
     std::puts("Quorvex drives the ZVK640 optical trapping instrument. This demo works one session\n"
               "twice, with no instrument on the desk.");
-    const SessionResult simulated = WorkIn(options, "simulated", "Session 1 of 2: simulated mirrors");
-    const SessionResult card = WorkIn(options, "virtual", "Session 2 of 2: the hardware path, on the virtual DAQ card");
+    const SessionResult simulated =
+        WorkIn(options, "simulated", "Session 1 of 2: simulated mirrors");
+    const SessionResult card =
+        WorkIn(options, "virtual", "Session 2 of 2: the hardware path, on the virtual DAQ card");
 
     const fs::path picture = options.out / "demo.png";
     const bool drawn = !card.failed && DrawPicture(card, picture.string());

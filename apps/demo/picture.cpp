@@ -1,5 +1,5 @@
-// The demo's picture: on the left one block of the four mirror voltages with its time-shared slots, on
-// the right the paths that the traps took, in pixels.
+// The demo's picture: on the left one block of the four mirror voltages with its time-shared slots,
+// on the right the paths that the traps took, in pixels.
 
 #include "demo.h"
 
@@ -35,8 +35,9 @@ struct Scale
 constexpr Colour kInk = {0.13, 0.15, 0.19};
 constexpr Colour kSoft = {0.45, 0.49, 0.55};
 constexpr Colour kGrid = {0.88, 0.90, 0.92};
-constexpr Colour kPathColours[2][3] = {{{0.05, 0.36, 0.65}, {0.10, 0.57, 0.85}, {0.07, 0.60, 0.56}},
-                                       {{0.72, 0.22, 0.10}, {0.91, 0.45, 0.13}, {0.70, 0.16, 0.42}}};
+constexpr Colour kPathColours[2][3] = {
+    {{0.05, 0.36, 0.65}, {0.10, 0.57, 0.85}, {0.07, 0.60, 0.56}},
+    {{0.72, 0.22, 0.10}, {0.91, 0.45, 0.13}, {0.70, 0.16, 0.42}}};
 
 static Colour ColourOf(int32_t path, size_t slot) { return kPathColours[path][slot % 3]; }
 
@@ -45,10 +46,15 @@ static void Use(cairo_t *c, Colour colour, double alpha = 1.0)
     cairo_set_source_rgba(c, colour.r, colour.g, colour.b, alpha);
 }
 
-enum class Align { Left, Centre, Right };
+enum class Align
+{
+    Left,
+    Centre,
+    Right
+};
 
-static void Text(cairo_t *c, double x, double y, double size, Colour colour, const std::string &text,
-                 Align align = Align::Left, bool bold = false)
+static void Text(cairo_t *c, double x, double y, double size, Colour colour,
+                 const std::string &text, Align align = Align::Left, bool bold = false)
 {
     cairo_select_font_face(c, "DejaVu Sans", CAIRO_FONT_SLANT_NORMAL,
                            bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
@@ -72,16 +78,19 @@ static void Line(cairo_t *c, double x0, double y0, double x1, double y1, double 
 
 // -- left: the block --
 
-static void ShadeSlots(cairo_t *c, const Box &box, int32_t path, const std::vector<std::string> &labels,
-                       const Scale &time, double blockMs)
+static void ShadeSlots(cairo_t *c, const Box &box, int32_t path,
+                       const std::vector<std::string> &labels, const Scale &time, double blockMs)
 {
     for (size_t slot = 0; slot < labels.size(); ++slot) {
-        const double x0 = time.At(blockMs * static_cast<double>(slot) / static_cast<double>(labels.size()));
-        const double x1 = time.At(blockMs * static_cast<double>(slot + 1) / static_cast<double>(labels.size()));
+        const double x0 =
+            time.At(blockMs * static_cast<double>(slot) / static_cast<double>(labels.size()));
+        const double x1 =
+            time.At(blockMs * static_cast<double>(slot + 1) / static_cast<double>(labels.size()));
         Use(c, ColourOf(path, slot), 0.10);
         cairo_rectangle(c, x0, box.y, x1 - x0, box.height);
         cairo_fill(c);
-        Text(c, (x0 + x1) / 2, box.y + 15, 12, ColourOf(path, slot), labels[slot], Align::Centre, true);
+        Text(c, (x0 + x1) / 2, box.y + 15, 12, ColourOf(path, slot), labels[slot], Align::Centre,
+             true);
     }
 }
 
@@ -130,7 +139,8 @@ static void DrawChannel(cairo_t *c, const Box &box, const Block &block, int32_t 
     DrawSamples(c, block, channel, time, volts);
     cairo_restore(c);
     Text(c, box.x - 40, box.y + box.height / 2 + 5, 15, kInk, kNames[channel], Align::Right, true);
-    Text(c, box.x - 40, box.y + box.height / 2 + 22, 11, kSoft, Format("ao%d", channel), Align::Right);
+    Text(c, box.x - 40, box.y + box.height / 2 + 22, 11, kSoft, Format("ao%d", channel),
+         Align::Right);
 }
 
 static void DrawBlock(cairo_t *c, const Box &panel, const Block &block)
@@ -153,16 +163,20 @@ static void DrawBlock(cairo_t *c, const Box &panel, const Block &block)
         const double ms = blockMs * i / 5;
         Text(c, time.At(ms), y + 6, 11, kSoft, Format("%.0f", ms), Align::Centre);
     }
-    Text(c, left + width / 2, y + 26, 12.5, kInk, "time within the block (ms)   |   volts at each mirror", Align::Centre);
+    Text(c, left + width / 2, y + 26, 12.5, kInk,
+         "time within the block (ms)   |   volts at each mirror", Align::Centre);
 }
 
 // -- right: the paths --
 
-static void DrawOutline(cairo_t *c, const std::vector<Point> &points, const Scale &px, const Scale &py)
+static void DrawOutline(cairo_t *c, const std::vector<Point> &points, const Scale &px,
+                        const Scale &py)
 {
     for (size_t i = 0; i < points.size(); ++i) {
-        if (i == 0) cairo_move_to(c, px.At(points[i].x), py.At(points[i].y));
-        else cairo_line_to(c, px.At(points[i].x), py.At(points[i].y));
+        if (i == 0)
+            cairo_move_to(c, px.At(points[i].x), py.At(points[i].y));
+        else
+            cairo_line_to(c, px.At(points[i].x), py.At(points[i].y));
     }
     cairo_close_path(c);
 }
@@ -177,8 +191,10 @@ static void DrawTrack(cairo_t *c, const Track &track, size_t slot, const Scale &
     for (size_t i = 0; i < track.seen.size(); ++i) {
         const double x = px.At(track.seen[i].x);
         const double y = py.At(track.seen[i].y);
-        if (i == 0) cairo_move_to(c, x, y);
-        else cairo_line_to(c, x, y);
+        if (i == 0)
+            cairo_move_to(c, x, y);
+        else
+            cairo_line_to(c, x, y);
     }
     cairo_stroke(c);
     for (const Point &p : track.seen) {
@@ -201,7 +217,8 @@ static void DrawTrack(cairo_t *c, const Track &track, size_t slot, const Scale &
     Text(c, px.At(last.x) + 15, py.At(last.y) - 9, 13, colour, track.label, Align::Left, true);
 }
 
-static void DrawScaleBar(cairo_t *c, const SessionResult &session, const Scale &px, double x, double y)
+static void DrawScaleBar(cairo_t *c, const SessionResult &session, const Scale &px, double x,
+                         double y)
 {
     if (session.pixelsPerMicrometre <= 0) return;
     const double length = px.At(10 * session.pixelsPerMicrometre) - px.At(0);
@@ -213,7 +230,8 @@ static void DrawScaleBar(cairo_t *c, const SessionResult &session, const Scale &
 static void DrawPaths(cairo_t *c, const Box &panel, const SessionResult &session)
 {
     Text(c, panel.x, panel.y, 19, kInk, "Where the traps went", Align::Left, true);
-    Text(c, panel.x, panel.y + 21, 12.5, kSoft, "camera pixels; small ring: start, large ring: now, dots: each look");
+    Text(c, panel.x, panel.y + 21, 12.5, kSoft,
+         "camera pixels; small ring: start, large ring: now, dots: each look");
     const double top = panel.y + 42;
     const double side = panel.width - 44;
     const double height = side * 0.75;
@@ -237,7 +255,8 @@ static void DrawPaths(cairo_t *c, const Box &panel, const SessionResult &session
     Use(c, kInk, 0.65);
     cairo_set_dash(c, dashes, 2, 0);
     cairo_set_line_width(c, 1.5);
-    cairo_rectangle(c, px.At(f[0]), py.At(f[2]), px.At(f[1]) - px.At(f[0]), py.At(f[3]) - py.At(f[2]));
+    cairo_rectangle(c, px.At(f[0]), py.At(f[2]), px.At(f[1]) - px.At(f[0]),
+                    py.At(f[3]) - py.At(f[2]));
     cairo_stroke(c);
     cairo_set_dash(c, nullptr, 0, 0);
     Text(c, px.At(f[0]) + 8, py.At(f[2]) + 16, 12, kInk, "calibrated field");

@@ -1,5 +1,5 @@
-// The main job of a client: bring the session up, hold traps on both paths, name, list, move and jump
-// them, run a trajectory, save and load the transform, close.
+// The main job of a client: bring the session up, hold traps on both paths, name, list, move and
+// jump them, run a trajectory, save and load the transform, close.
 
 #include "demo.h"
 
@@ -48,7 +48,8 @@ static std::string StatusText(int32_t status)
 static bool Done(Work &work, const std::string &what, int32_t status, const std::string &outcome)
 {
     if (status >= 0) {
-        PrintStep(what, status == 0 ? outcome : Format("%s  (warning %d)", outcome.c_str(), status));
+        PrintStep(what,
+                  status == 0 ? outcome : Format("%s  (warning %d)", outcome.c_str(), status));
         return true;
     }
     PrintStep(what, Format("FAILED %d: %s", status, StatusText(status).c_str()));
@@ -68,7 +69,8 @@ static void Look(Work &work)
         double y[kMostTraps];
         char room[kMostTraps][kLabelSize];
         char *labels[kMostTraps];
-        for (int i = 0; i < kMostTraps; ++i) labels[i] = room[i];
+        for (int i = 0; i < kMostTraps; ++i)
+            labels[i] = room[i];
         if (ZVK_Trap_GetArray(kSession, path, x, y, nullptr, labels, ZVK_UNIT_PIXEL) < 0) continue;
         for (int32_t i = 0; i < count; ++i) {
             auto &tracks = work.result.tracks;
@@ -86,15 +88,15 @@ static void Look(Work &work)
 static void WaitForNextSecond()
 {
     const time_t now = time(nullptr);
-    while (time(nullptr) == now) std::this_thread::sleep_for(kLook);
+    while (time(nullptr) == now)
+        std::this_thread::sleep_for(kLook);
 }
 
 static Trap AddTrap(Work &work, int32_t path, const char *name, double x, double y, int32_t unit,
                     double speed)
 {
     Trap trap = {path, 0, name};
-    const int32_t status =
-        ZVK_Trap_Add(kSession, path, &trap.index, speed, name, x, y, unit);
+    const int32_t status = ZVK_Trap_Add(kSession, path, &trap.index, speed, name, x, y, unit);
     const char *words = unit == ZVK_UNIT_PIXEL ? "px" : "V";
     Done(work, Format("add \"%s\" on path %c", name, PathName(path)), status,
          Format("at %.6g, %.6g %s", x, y, words));
@@ -110,14 +112,16 @@ static void ListTraps(Work &work)
         double pixels[2] = {0, 0};
         double lengths[2] = {0, 0};
         double speed = 0;
-        (void)ZVK_Trap_GetPosition(kSession, trap.path, trap.index, &volts[0], &volts[1], ZVK_UNIT_VOLT);
-        (void)ZVK_Trap_GetPosition(kSession, trap.path, trap.index, &pixels[0], &pixels[1], ZVK_UNIT_PIXEL);
+        (void)ZVK_Trap_GetPosition(kSession, trap.path, trap.index, &volts[0], &volts[1],
+                                   ZVK_UNIT_VOLT);
+        (void)ZVK_Trap_GetPosition(kSession, trap.path, trap.index, &pixels[0], &pixels[1],
+                                   ZVK_UNIT_PIXEL);
         (void)ZVK_Trap_GetPosition(kSession, trap.path, trap.index, &lengths[0], &lengths[1],
                                    ZVK_UNIT_MICROMETER);
         (void)ZVK_Trap_GetSpeed(kSession, trap.path, trap.index, &speed, ZVK_UNIT_VOLT);
         std::printf("    %c     %-9s %+8.4f %+8.4f   %6.1f %6.1f   %+7.2f %+7.2f   %5.2f\n",
-                    PathName(trap.path), trap.label.c_str(), volts[0], volts[1], pixels[0], pixels[1],
-                    lengths[0], lengths[1], speed);
+                    PathName(trap.path), trap.label.c_str(), volts[0], volts[1], pixels[0],
+                    pixels[1], lengths[0], lengths[1], speed);
     }
     std::printf("\n");
 }
@@ -174,14 +178,18 @@ static void TraceLimits(Work &work)
     for (int32_t path : {ZVK_PATH_A, ZVK_PATH_B}) {
         double range[4] = {0, 0, 0, 0};
         if (ZVK_Trap_GetHardwareLimits(kSession, path, range) < 0) continue;
-        const Point corners[5] = {{range[0], range[2]}, {range[1], range[2]}, {range[1], range[3]},
-                                  {range[0], range[3]}, {range[0], range[2]}};
+        const Point corners[5] = {{range[0], range[2]},
+                                  {range[1], range[2]},
+                                  {range[1], range[3]},
+                                  {range[0], range[3]},
+                                  {range[0], range[2]}};
         for (int edge = 0; edge < 4; ++edge) {
             for (int i = 0; i < kPointsPerEdge; ++i) {
                 const double t = static_cast<double>(i) / kPointsPerEdge;
                 Point p = {corners[edge].x + t * (corners[edge + 1].x - corners[edge].x),
                            corners[edge].y + t * (corners[edge + 1].y - corners[edge].y)};
-                (void)ZVK_CoordinateSystems_Convert(kSession, path, &p.x, &p.y, ZVK_TRAFODIR_VOLT_TO_PIXEL);
+                (void)ZVK_CoordinateSystems_Convert(kSession, path, &p.x, &p.y,
+                                                    ZVK_TRAFODIR_VOLT_TO_PIXEL);
                 work.result.limits[path].push_back(p);
             }
         }
@@ -203,20 +211,22 @@ static void SaveAndLoadObjective(Work &work, const std::string &folder)
     const std::string file = folder + "/demo.odf";
     char section[64] = "GALVO 0";
     if (status >= 0) {
-        status = ZVK_ConFile_WriteObjective(kSession, file.c_str(), section, count, tables[0], tables[1],
-                                            tables[2], tables[3], work.result.field);
+        status = ZVK_ConFile_WriteObjective(kSession, file.c_str(), section, count, tables[0],
+                                            tables[1], tables[2], tables[3], work.result.field);
     }
     Done(work, "save the transform as an objective file", status, "demo.odf");
 
     std::vector<double> loaded[4];
-    for (std::vector<double> &table : loaded) table.resize(static_cast<size_t>(count));
+    for (std::vector<double> &table : loaded)
+        table.resize(static_cast<size_t>(count));
     double field[4] = {0, 0, 0, 0};
     status = ZVK_ConFile_ReadObjective(kSession, file.c_str(), "GALVO 0", count, loaded[0].data(),
                                        loaded[1].data(), loaded[2].data(), loaded[3].data(), field);
     bool same = status == 0;
     for (int t = 0; same && t < 4; ++t) {
         for (int32_t i = 0; i < count; ++i) {
-            if (std::fabs(loaded[t][i] - tables[t][i]) > 1e-14 * std::fabs(tables[t][i])) same = false;
+            if (std::fabs(loaded[t][i] - tables[t][i]) > 1e-14 * std::fabs(tables[t][i]))
+                same = false;
         }
     }
     if (status >= 0) {
@@ -227,7 +237,8 @@ static void SaveAndLoadObjective(Work &work, const std::string &folder)
     Done(work, "load it again and use it", status,
          Format("%d coefficients, %s", count, same ? "the same" : "DIFFERENT"));
     if (!same) work.result.failed = true;
-    for (double *table : tables) free(table);
+    for (double *table : tables)
+        free(table);
 }
 
 static void MoveTo(Work &work, const Trap &trap, double x, double y)
@@ -241,10 +252,13 @@ static void MoveTo(Work &work, const Trap &trap, double x, double y)
 static void JumpInMicrometres(Work &work, const Trap &trap, double x, double y)
 {
     int32_t index = 0;
-    const int32_t refused = ZVK_Trap_Add(kSession, trap.path, &index, 1.0, "never", x, y, ZVK_UNIT_MICROMETER);
-    PrintStep("add in micrometres is refused", Format("status %d; set a position instead", refused));
+    const int32_t refused =
+        ZVK_Trap_Add(kSession, trap.path, &index, 1.0, "never", x, y, ZVK_UNIT_MICROMETER);
+    PrintStep("add in micrometres is refused",
+              Format("status %d; set a position instead", refused));
     const double lengths[2] = {x, y};
-    int32_t status = ZVK_Trap_SetPosition(kSession, trap.path, trap.index, &x, &y, ZVK_UNIT_MICROMETER, 1);
+    int32_t status =
+        ZVK_Trap_SetPosition(kSession, trap.path, trap.index, &x, &y, ZVK_UNIT_MICROMETER, 1);
     if (status >= 0) status = ZVK_Trap_GotoSetPosition(kSession, trap.path, trap.index);
     Done(work, Format("jump \"%s\" in micrometres", trap.label.c_str()), status,
          Format("to %+.1f, %+.1f um = %+.3f, %+.3f V", lengths[0], lengths[1], x, y));
@@ -255,7 +269,8 @@ static void RunStar(Work &work, const Trap &trap)
 {
     constexpr int kPoints = 6;
     double centre[2] = {0, 0};
-    (void)ZVK_Trap_GetPosition(kSession, trap.path, trap.index, &centre[0], &centre[1], ZVK_UNIT_VOLT);
+    (void)ZVK_Trap_GetPosition(kSession, trap.path, trap.index, &centre[0], &centre[1],
+                               ZVK_UNIT_VOLT);
     double x[kPoints];
     double y[kPoints];
     for (int i = 0; i < kPoints; ++i) {
@@ -309,7 +324,8 @@ static void PrintWarnings()
     std::vector<int32_t> codes(static_cast<size_t>(std::max(count, 1)));
     if (count > 0) (void)ZVK_error_GetWarnings(kSession, &count, codes.data());
     PrintStep("warnings collected on the way", Format("%d", count));
-    for (int32_t i = 0; i < count; ++i) PrintStep(Format("  %d", codes[i]), StatusText(codes[i]));
+    for (int32_t i = 0; i < count; ++i)
+        PrintStep(Format("  %d", codes[i]), StatusText(codes[i]));
 }
 
 SessionResult WorkSession(const std::string &title, const std::string &folder)
@@ -320,7 +336,8 @@ SessionResult WorkSession(const std::string &title, const std::string &folder)
     char driver[256] = "";
     char instrument[256] = "";
     (void)ZVK_revision_query(kSession, driver, instrument);
-    if (!Done(work, "bring the session up", ZVK_init("", 0, 0, kSession), Format("revision %s", driver)))
+    if (!Done(work, "bring the session up", ZVK_init("", 0, 0, kSession),
+              Format("revision %s", driver)))
         return work.result;
 
     int32_t galvo = 0;

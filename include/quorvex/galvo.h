@@ -2,16 +2,17 @@
 #define QUORVEX_GALVO_H
 
 /*
- * The galvo mirrors: one pair a beam path, driven by two analog outputs each. A path visits its list
- * of waypoints over and over, so that one beam holds several traps. Everything here is in volts.
+ * The galvo mirrors: one pair a beam path, driven by two analog outputs each. A path visits its
+ * list of waypoints over and over, so that one beam holds several traps. Everything here is in
+ * volts.
  *
- * One block of samples is played after the other at the clock rate. A block has N samples for each of
- * the four outputs (path A X, path A Y, path B X, path B Y, one after the other). With n waypoints on a
- * path each gets N / n of them, in whole samples.
+ * One block of samples is played after the other at the clock rate. A block has N samples for each
+ * of the four outputs (path A X, path A Y, path B X, path B Y, one after the other). With n
+ * waypoints on a path each gets N / n of them, in whole samples.
  *
- * Threads: call from any thread. Calls that change waypoints wait for each other; reading calls wait
- * only while arrays are being exchanged. ZVK_GALVO_BUFFER_IN_USE (609) means that the output event is
- * advancing moving waypoints right now: repeat the call.
+ * Threads: call from any thread. Calls that change waypoints wait for each other; reading calls
+ * wait only while arrays are being exchanged. ZVK_GALVO_BUFFER_IN_USE (609) means that the output
+ * event is advancing moving waypoints right now: repeat the call.
  *
  * `path`, `Path`: 0 for A, 1 for B. The session value is ignored. A null output is passed over.
  */
@@ -21,8 +22,9 @@
 ZVK_EXTERN_C_BEGIN
 
 /**
- * Brings up both paths, each with one waypoint at its centre, and starts the output. The mirrors stand
- * at 0 V until the first call that rebuilds samples, although the waypoints report the centre.
+ * Brings up both paths, each with one waypoint at its centre, and starts the output. The mirrors
+ * stand at 0 V until the first call that rebuilds samples, although the waypoints report the
+ * centre.
  *
  * @param IDQuery, ResetInstrument  ignored
  * @return 0 at once when either path is up already, else the first that applies:
@@ -32,7 +34,8 @@ ZVK_EXTERN_C_BEGIN
  *         ZVK_GALVO_NEW_BUFFER_FAILED             the first block could not be written
  *         else the result of ZVK_Galvo_DaqInit
  */
-ZVK_API int32_t ZVK_Galvo_Init(SessionHandle SessionHandle, uint16_t IDQuery, uint16_t ResetInstrument);
+ZVK_API int32_t ZVK_Galvo_Init(SessionHandle SessionHandle, uint16_t IDQuery,
+                               uint16_t ResetInstrument);
 
 /**
  * @param status  out: 1 from ZVK_Galvo_Init to ZVK_Galvo_Shutdown, else 0
@@ -41,18 +44,20 @@ ZVK_API int32_t ZVK_Galvo_Init(SessionHandle SessionHandle, uint16_t IDQuery, ui
 ZVK_API int32_t ZVK_Galvo_GetInitStatus(SessionHandle vi, int32_t path, int32_t *status);
 
 /**
- * Appends a waypoint that stands at a position, with a speed of 1 V/s, rebuilds all samples of the path
- * and hands them to the card (at most 5 s; a refusal is not reported). The position is not clamped:
- * ZVK_Trap_Add clamps before it calls. The path need not be initialized.
+ * Appends a waypoint that stands at a position, with a speed of 1 V/s, rebuilds all samples of the
+ * path and hands them to the card (at most 5 s; a refusal is not reported). The position is not
+ * clamped: ZVK_Trap_Add clamps before it calls. The path need not be initialized.
  *
  * @param Wp    out: the new number of waypoints; the index of the new one is one less
  * @param X, Y  volts
  * @return 0, else the first that applies:
  *         ZVK_GALVO_BAD_PATH
  *         ZVK_GALVO_BUFFER_IN_USE  repeat the call
- *         ZVK_GALVO_NO_MEMORY      nothing added; updates and writes rest until a later call succeeds
+ *         ZVK_GALVO_NO_MEMORY      nothing added; updates and writes rest until a later call
+ * succeeds
  */
-ZVK_API int32_t ZVK_Galvo_AddWaypoint(SessionHandle Vi, int32_t Path, int32_t *Wp, double X, double Y);
+ZVK_API int32_t ZVK_Galvo_AddWaypoint(SessionHandle Vi, int32_t Path, int32_t *Wp, double X,
+                                      double Y);
 
 /**
  * Removes a waypoint; later ones move down one index. Samples as in ZVK_Galvo_AddWaypoint.
@@ -63,7 +68,8 @@ ZVK_API int32_t ZVK_Galvo_AddWaypoint(SessionHandle Vi, int32_t Path, int32_t *W
  *         ZVK_GALVO_OUT_OF_RANGE   Wp below 0 or above the number of waypoints
  *         ZVK_GALVO_NO_WAYPOINT    the last waypoint of a path stays
  *         ZVK_GALVO_BUFFER_IN_USE  repeat the call
- *         ZVK_GALVO_NO_MEMORY      nothing removed; updates and writes rest until a later call succeeds
+ *         ZVK_GALVO_NO_MEMORY      nothing removed; updates and writes rest until a later call
+ * succeeds
  */
 ZVK_API int32_t ZVK_Galvo_RemoveWaypoint(SessionHandle Vi, int32_t Path, int32_t Wp);
 
@@ -79,8 +85,8 @@ ZVK_API int32_t ZVK_Galvo_RemoveWaypoint(SessionHandle Vi, int32_t Path, int32_t
  *         ZVK_GALVO_BUFFER_IN_USE   repeat the call
  *         ZVK_GALVO_CLAMPED         warning: done, at the limit
  */
-ZVK_API int32_t ZVK_Galvo_SetPosition(SessionHandle SessionHandle, int32_t path, int32_t wp, double posX,
-                                      double posY);
+ZVK_API int32_t ZVK_Galvo_SetPosition(SessionHandle SessionHandle, int32_t path, int32_t wp,
+                                      double posX, double posY);
 
 /**
  * Jumps all waypoints of a path and drops their trajectories; move modes stay. In simulation no
@@ -97,12 +103,12 @@ ZVK_API int32_t ZVK_Galvo_SetPosition(SessionHandle SessionHandle, int32_t path,
  *         ZVK_GALVO_NEW_BUFFER_FAILED  there is no output to write to
  *         ZVK_GALVO_CLAMPED            warning: done, some at a limit
  */
-ZVK_API int32_t ZVK_Galvo_SetPositionAll(SessionHandle SessionHandle, int32_t path, int32_t numberOfPos,
-                                         double *posArrayX, double *posArrayY);
+ZVK_API int32_t ZVK_Galvo_SetPositionAll(SessionHandle SessionHandle, int32_t path,
+                                         int32_t numberOfPos, double *posArrayX, double *posArrayY);
 
 /**
- * Moves one waypoint on a straight line at its speed: builds the line and sets move mode 1. The move
- * happens block by block; its target is clamped to the limits without a word.
+ * Moves one waypoint on a straight line at its speed: builds the line and sets move mode 1. The
+ * move happens block by block; its target is clamped to the limits without a word.
  *
  * @param xPos, yPos  volts
  * @return 0, else the first that applies:
@@ -154,24 +160,25 @@ ZVK_API int32_t ZVK_Galvo_SetMoveType(SessionHandle vi, int32_t path, int32_t wp
  * @param MoveType  out: the move mode; it falls to ZVK_MOVE_STAND when a single run ends
  * @return 0, else ZVK_GALVO_BAD_PATH, ZVK_GALVO_OUT_OF_RANGE (no such waypoint)
  */
-ZVK_API int32_t ZVK_Galvo_GetMoveType(SessionHandle Vi, int32_t Path, int32_t Waypoint, int32_t *MoveType);
+ZVK_API int32_t ZVK_Galvo_GetMoveType(SessionHandle Vi, int32_t Path, int32_t Waypoint,
+                                      int32_t *MoveType);
 
 /**
- * Sets the limits of a path in memory. They are not checked against each other, and positions already
- * set are not touched. Wrong limits can damage the mirrors.
+ * Sets the limits of a path in memory. They are not checked against each other, and positions
+ * already set are not touched. Wrong limits can damage the mirrors.
  *
  * @param xMin, xMax, yMin, yMax  volts
  * @return 0, else ZVK_GALVO_BAD_PATH, ZVK_GALVO_NOT_CONFIGURED (the path is not initialized)
  */
-ZVK_API int32_t ZVK_Galvo_SetLimits(SessionHandle SessionHandle, int32_t path, double xMin, double xMax,
-                                    double yMin, double yMax);
+ZVK_API int32_t ZVK_Galvo_SetLimits(SessionHandle SessionHandle, int32_t path, double xMin,
+                                    double xMax, double yMin, double yMax);
 
 /**
  * @param xMin, xMax, yMin, yMax  out: volts
  * @return 0, else ZVK_GALVO_BAD_PATH, ZVK_GALVO_NOT_CONFIGURED (the path is not initialized)
  */
-ZVK_API int32_t ZVK_Galvo_GetLimits(SessionHandle SessionHandle, int32_t path, double *xMin, double *xMax,
-                                    double *yMin, double *yMax);
+ZVK_API int32_t ZVK_Galvo_GetLimits(SessionHandle SessionHandle, int32_t path, double *xMin,
+                                    double *xMax, double *yMin, double *yMax);
 
 /**
  * Sets the centre of a path in memory, clamped to the limits. The path need not be initialized.
@@ -179,35 +186,39 @@ ZVK_API int32_t ZVK_Galvo_GetLimits(SessionHandle SessionHandle, int32_t path, d
  * @param xoff, yoff  volts
  * @return 0, else ZVK_GALVO_BAD_PATH, or the warning ZVK_GALVO_CLAMPED: done, at the limit
  */
-ZVK_API int32_t ZVK_Galvo_SetOffset(SessionHandle SessionHandle, int32_t path, double xoff, double yoff);
+ZVK_API int32_t ZVK_Galvo_SetOffset(SessionHandle SessionHandle, int32_t path, double xoff,
+                                    double yoff);
 
 /**
  * @param Xoff, Yoff  out: the centre, volts
  * @return 0, else ZVK_GALVO_BAD_PATH, ZVK_GALVO_NOT_CONFIGURED (the path is not initialized)
  */
-ZVK_API int32_t ZVK_Galvo_GetOffset(SessionHandle SessionHandle, int32_t Path, double *Xoff, double *Yoff);
+ZVK_API int32_t ZVK_Galvo_GetOffset(SessionHandle SessionHandle, int32_t Path, double *Xoff,
+                                    double *Yoff);
 
 /**
  * Writes a centre to config.ini, OFFSETX first. The centre in use is not changed.
  *
  * @param Xoff, Yoff  volts
- * @return 0, else ZVK_GALVO_BAD_PATH, ZVK_GALVO_NOT_CONFIGURED (the path is not initialized), or the
- *         negative status of ZVK_ConFile_Write
+ * @return 0, else ZVK_GALVO_BAD_PATH, ZVK_GALVO_NOT_CONFIGURED (the path is not initialized), or
+ * the negative status of ZVK_ConFile_Write
  */
-ZVK_API int32_t ZVK_Galvo_SaveOffset(SessionHandle SessionHandle, int32_t Path, double Xoff, double Yoff);
+ZVK_API int32_t ZVK_Galvo_SaveOffset(SessionHandle SessionHandle, int32_t Path, double Xoff,
+                                     double Yoff);
 
 /**
  * Reads the centre that config.ini holds. The centre in use is not changed.
  *
  * @param Xoff, Yoff  out: volts
- * @return 0, else ZVK_GALVO_BAD_PATH, ZVK_GALVO_NOT_CONFIGURED (the path is not initialized), or the
- *         negative status of ZVK_ConFile_Read
+ * @return 0, else ZVK_GALVO_BAD_PATH, ZVK_GALVO_NOT_CONFIGURED (the path is not initialized), or
+ * the negative status of ZVK_ConFile_Read
  */
-ZVK_API int32_t ZVK_Galvo_LoadOffset(SessionHandle SessionHandle, int32_t Path, double *Xoff, double *Yoff);
+ZVK_API int32_t ZVK_Galvo_LoadOffset(SessionHandle SessionHandle, int32_t Path, double *Xoff,
+                                     double *Yoff);
 
 /**
- * Stops the output and frees all waypoints. On hardware it waits a second for the card to settle. Both
- * paths can be brought up again.
+ * Stops the output and frees all waypoints. On hardware it waits a second for the card to settle.
+ * Both paths can be brought up again.
  *
  * @return 0
  */
@@ -228,36 +239,35 @@ ZVK_API int32_t ZVK_Galvo_Shutdown(SessionHandle SessionHandle);
  *         ZVK_GALVO_NO_MEMORY      the path has no waypoint now; configure it again
  *         ZVK_GALVO_CLAMPED        warning: done, some at a limit
  */
-ZVK_API int32_t ZVK_Galvo_BufferConfigure(SessionHandle SessionHandle, int32_t path, int32_t NumOfWP,
-                                          double *xpos, double *ypos, const double *speeds,
-                                          const int32_t *moveMode);
+ZVK_API int32_t ZVK_Galvo_BufferConfigure(SessionHandle SessionHandle, int32_t path,
+                                          int32_t NumOfWP, double *xpos, double *ypos,
+                                          const double *speeds, const int32_t *moveMode);
 
 /**
  * Copies the sample block.
  *
  * @param buffer      out: room for bufferSize volts, grouped by output
  * @param bufferSize  at least 4 N (ZVK_Galvo_GetBufferParameters); of a larger room 4 N are filled
- * @return 0, else ZVK_GALVO_OUT_OF_RANGE (bufferSize below 4 N), ZVK_GALVO_NOT_CONFIGURED (there are no
- *         samples, or buffer is null)
+ * @return 0, else ZVK_GALVO_OUT_OF_RANGE (bufferSize below 4 N), ZVK_GALVO_NOT_CONFIGURED (there
+ * are no samples, or buffer is null)
  */
-ZVK_API int32_t ZVK_Galvo_GetBuffer(SessionHandle SessionHandle, double *buffer, int32_t bufferSize);
+ZVK_API int32_t ZVK_Galvo_GetBuffer(SessionHandle SessionHandle, double *buffer,
+                                    int32_t bufferSize);
 
 /**
- * Reads section MAINDAQ of config.ini and starts the output: on hardware a continuous task over four
- * outputs, in simulation a timer of 0.5 s. ZVK_Galvo_Init calls it with 1.
+ * Reads section MAINDAQ of config.ini and starts the output: on hardware a continuous task over
+ * four outputs, in simulation a timer of 0.5 s. ZVK_Galvo_Init calls it with 1.
  *
- * @param autoUpdate  1: each output event (any value but 0 in simulation: each tick) advances moving
- *                    waypoints and sends a block. Else the caller feeds the output itself
+ * @param autoUpdate  1: each output event (any value but 0 in simulation: each tick) advances
+ * moving waypoints and sends a block. Else the caller feeds the output itself
  * @return 0, else the first that applies:
  *         ZVK_GALVO_DAQ_ALREADY_INITIALIZED       warning: nothing done
  *         a negative status of ZVK_ConFile_Read   a key of MAINDAQ is missing
  *         ZVK_GALVO_NO_MEMORY                     no room for the samples
  *         ZVK_GALVO_NOT_CONFIGURED                on hardware: BACKEND is even
- *         ZVK_GALVO_DAQ_FAILED                    task, channels, clock or start; the driver's text is
- *                                                 in log.ini
- *         the driver's negative code              an attribute, the buffer size or the first write. A
- *                                                 card on the bus that does not know the size of a USB
- *                                                 request ends here
+ *         ZVK_GALVO_DAQ_FAILED                    task, channels, clock or start; the driver's text
+ * is in log.ini the driver's negative code              an attribute, the buffer size or the first
+ * write. A card on the bus that does not know the size of a USB request ends here
  */
 ZVK_API int32_t ZVK_Galvo_DaqInit(SessionHandle SessionHandle, int32_t autoUpdate);
 
@@ -279,8 +289,8 @@ ZVK_API int32_t ZVK_Galvo_WriteBuffer(SessionHandle SessionHandle);
 ZVK_API int32_t ZVK_Galvo_DaqStop(SessionHandle Vi);
 
 /**
- * Builds the task anew with or without output events. Without them the caller has to feed the output
- * by ZVK_Galvo_WriteBuffer. In simulation a running timer ticks on even with 0.
+ * Builds the task anew with or without output events. Without them the caller has to feed the
+ * output by ZVK_Galvo_WriteBuffer. In simulation a running timer ticks on even with 0.
  *
  * @param onOff  autoUpdate of ZVK_Galvo_DaqInit, whose result is not passed on
  * @return 0, or ZVK_GALVO_NOT_CONFIGURED (the output is not up)
@@ -305,14 +315,16 @@ ZVK_API int32_t ZVK_Galvo_GetBufferWriteStatus(SessionHandle SessionHandle, int3
  * Builds the trajectory of a waypoint from a polyline at the waypoint's speed. It stands idle until
  * ZVK_Galvo_SetMoveType sets mode 1 or 2.
  *
- * A straight segment has points 0.0008 V times the number of waypoints apart, held for as many samples
- * as the speed asks for; where that would need more points than samples, steps grow instead. A sine has
- * a point for each sample.
+ * A straight segment has points 0.0008 V times the number of waypoints apart, held for as many
+ * samples as the speed asks for; where that would need more points than samples, steps grow
+ * instead. A sine has a point for each sample.
  *
  * @param steps           points, at least 2
- * @param posX, posY      in and out, volts: points after the first are clamped to the limits in place
+ * @param posX, posY      in and out, volts: points after the first are clamped to the limits in
+ * place
  * @param ResultingSpeed  out: V/s of the first segment as counted over all samples of the clock, so
- *                        the number of waypoints times the trap's own; infinite when steps had to grow
+ *                        the number of waypoints times the trap's own; infinite when steps had to
+ * grow
  * @param WaveForm        ZVK_WAVEFORM_LINEAR (also 3 and 4) or ZVK_WAVEFORM_SINE; any other value
  *                        gives the first point alone
  * @return 0, else the first that applies:
@@ -330,19 +342,19 @@ ZVK_API int32_t ZVK_Galvo_SetTrajectory(SessionHandle vi, int32_t path, int32_t 
                                         int32_t WaveForm);
 
 /**
- * Copies the points of a trajectory, first to last. A trajectory that runs jumps to its end: ask for
- * those of waypoints that stand.
+ * Copies the points of a trajectory, first to last. A trajectory that runs jumps to its end: ask
+ * for those of waypoints that stand.
  *
  * @param NumTrajPoints  out: number of points
- * @param X, Y           out: tables of that many volts from malloc; the caller frees them. What they
- *                       pointed to before is not freed
+ * @param X, Y           out: tables of that many volts from malloc; the caller frees them. What
+ * they pointed to before is not freed
  * @return 0, else the first that applies:
  *         ZVK_GALVO_BAD_PATH
  *         ZVK_GALVO_OUT_OF_RANGE  no such waypoint, or X or Y is null
  *         ZVK_GALVO_NO_MEMORY     both tables are null
  */
-ZVK_API int32_t ZVK_Galvo_GetTrajectory(SessionHandle Vi, int32_t Path, int32_t Wp, int32_t *NumTrajPoints,
-                                        double **X, double **Y);
+ZVK_API int32_t ZVK_Galvo_GetTrajectory(SessionHandle Vi, int32_t Path, int32_t Wp,
+                                        int32_t *NumTrajPoints, double **X, double **Y);
 
 ZVK_EXTERN_C_END
 

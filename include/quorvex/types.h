@@ -9,8 +9,8 @@
  */
 
 #ifdef __cplusplus
-#define ZVK_EXTERN_C_BEGIN \
-    extern "C"             \
+#define ZVK_EXTERN_C_BEGIN                                                                         \
+    extern "C"                                                                                     \
     {
 #define ZVK_EXTERN_C_END }
 #else

@@ -3,9 +3,9 @@
 
 // The galvo module's records and inner calls. Clients see quorvex/galvo.h.
 //
-// Two guards keep threads apart (galvo_gate.h): the claim, held by a client's call for as long as it
-// lasts, card writes included, and the data lock, held only while arrays, node lists or samples are
-// touched. dataReady and updating decide who gives way.
+// Two guards keep threads apart (galvo_gate.h): the claim, held by a client's call for as long as
+// it lasts, card writes included, and the data lock, held only while arrays, node lists or samples
+// are touched. dataReady and updating decide who gives way.
 
 #include "quorvex/errors.h"
 #include "quorvex/galvo.h"
@@ -15,8 +15,8 @@
 
 constexpr int kPathCount = 2;
 
-// One point of a waypoint's trajectory. Both ends of a list point at themselves. The nodes of a list
-// lie in one block that starts with the head, so that freeing the head frees the list.
+// One point of a waypoint's trajectory. Both ends of a list point at themselves. The nodes of a
+// list lie in one block that starts with the head, so that freeing the head frees the list.
 struct ZVK_GalvoNode
 {
     int32_t count = 0;  // samples already spent on this node
@@ -51,8 +51,8 @@ struct ZVK_GalvoState
     double *speeds = nullptr;  // V/s
 };
 
-// The output. dataReady, updating, daqRunning, daqInitialized, writeStatus, simulate and taskHandle are
-// read by the event's thread too: they go through the calls of galvo_gate.h.
+// The output. dataReady, updating, daqRunning, daqInitialized, writeStatus, simulate and taskHandle
+// are read by the event's thread too: they go through the calls of galvo_gate.h.
 struct ZVK_GalvoDaq
 {
     int32_t backend = 1;     // key BACKEND; odd for hardware output

@@ -99,7 +99,8 @@ static void RunBackAndForth(ZVK_GalvoState &row, int32_t wp)
     Slot slot = SlotOf(row, wp);
     ZVK_GalvoNode *node = row.trajectory[wp];
     while (slot.length > 0) {
-        const int64_t stays = std::max<int64_t>(0, static_cast<int64_t>(node->dwell) - 1 - node->count);
+        const int64_t stays =
+            std::max<int64_t>(0, static_cast<int64_t>(node->dwell) - 1 - node->count);
         const int32_t count = static_cast<int32_t>(std::min<int64_t>(stays, slot.length));
         Fill(slot, count, node->x, node->y);
         node->count += count;
@@ -139,8 +140,8 @@ int ZVK_Galvo_UpdateBuffer(void)
     return ZVK_SUCCESS;
 }
 
-// The seven arrays and the lists of `count` waypoints, empty. False when memory ran out; what had been
-// made is in the row then.
+// The seven arrays and the lists of `count` waypoints, empty. False when memory ran out; what had
+// been made is in the row then.
 static bool AllocateWaypoints(ZVK_GalvoState &row, int32_t count)
 {
     row.NumOfWP = 0;
@@ -206,7 +207,8 @@ int32_t ZVK_Galvo_SetBuffer(SessionHandle, const double *buffer, int32_t bufferS
 {
     const GalvoClaim claim;
     if (LoadFlag(g_galvoDaq.daqInitialized) == 0) return ZVK_GALVO_NOT_CONFIGURED;
-    if (bufferSize > 4 * static_cast<int64_t>(g_galvoDaq.samplesPerChan)) return ZVK_GALVO_OUT_OF_RANGE;
+    if (bufferSize > 4 * static_cast<int64_t>(g_galvoDaq.samplesPerChan))
+        return ZVK_GALVO_OUT_OF_RANGE;
 
     {
         const std::lock_guard data(GalvoData());
@@ -221,7 +223,8 @@ int32_t ZVK_Galvo_SetBuffer(SessionHandle, const double *buffer, int32_t bufferS
 int32_t ZVK_Galvo_GetBuffer(SessionHandle, double *buffer, int32_t bufferSize)
 {
     const std::lock_guard data(GalvoData());
-    if (bufferSize < 4 * static_cast<int64_t>(g_galvoDaq.samplesPerChan)) return ZVK_GALVO_OUT_OF_RANGE;
+    if (bufferSize < 4 * static_cast<int64_t>(g_galvoDaq.samplesPerChan))
+        return ZVK_GALVO_OUT_OF_RANGE;
     if (bufferSize <= 0) return ZVK_SUCCESS;
     if (g_galvoDaq.buffer == nullptr || buffer == nullptr) return ZVK_GALVO_NOT_CONFIGURED;
 

@@ -1,5 +1,5 @@
-// What runs at each block: the card's output event on the driver's thread, and in simulation the tick
-// of a timer.
+// What runs at each block: the card's output event on the driver's thread, and in simulation the
+// tick of a timer.
 
 #include "platform/daqmx.h"
 #include "platform/threads.h"

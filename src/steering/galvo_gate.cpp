@@ -33,10 +33,7 @@ std::mutex &GalvoData()
     return data;
 }
 
-int32_t LoadFlag(int32_t &flag)
-{
-    return std::atomic_ref(flag).load(std::memory_order_acquire);
-}
+int32_t LoadFlag(int32_t &flag) { return std::atomic_ref(flag).load(std::memory_order_acquire); }
 
 void StoreFlag(int32_t &flag, int32_t value)
 {

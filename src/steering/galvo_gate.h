@@ -6,9 +6,11 @@
 //
 // - A client's call that changes waypoints or the output holds the claim from its first line to its
 //   last. Clients wait for each other; the same thread may claim again.
-// - BeginRebuild gives way to an update that is running: the caller answers 609. Once it has passed,
+// - BeginRebuild gives way to an update that is running: the caller answers 609. Once it has
+// passed,
 //   dataReady is 0 and an update that comes answers -610: that block is skipped.
-// - The data lock is held by whoever reads or writes arrays, nodes or samples, and only for that long:
+// - The data lock is held by whoever reads or writes arrays, nodes or samples, and only for that
+// long:
 //   never while the card is written.
 // - The event's recovery needs the claim too. It gives up when a client is taking the output down,
 //   since that client waits for the event to leave.

@@ -52,16 +52,14 @@ int64_t NodesOfSegment(const ZVK_SegmentPlan &plan, int32_t waveForm)
     switch (waveForm) {
     case ZVK_WAVEFORM_LINEAR:
     case 3:
-    case 4:
-        return plan.points;
-    case ZVK_WAVEFORM_SINE:
-        return plan.stepsTotal;
-    default:
-        return 0;
+    case 4: return plan.points;
+    case ZVK_WAVEFORM_SINE: return plan.stepsTotal;
+    default: return 0;
     }
 }
 
-static void FillStraight(ZVK_GalvoNode *nodes, const ZVK_SegmentPlan &plan, double endX, double endY)
+static void FillStraight(ZVK_GalvoNode *nodes, const ZVK_SegmentPlan &plan, double endX,
+                         double endY)
 {
     const int64_t count = plan.points;
     for (int64_t k = 0; k < count; ++k) {
@@ -78,8 +76,7 @@ static void FillSine(ZVK_GalvoNode *nodes, const ZVK_SegmentPlan &plan, double e
     constexpr double kPi = std::numbers::pi;
     const int64_t count = plan.stepsTotal;
     for (int64_t k = 0; k < count; ++k) {
-        const double a =
-            static_cast<double>(k) * 2.0 * kPi / (2.0 * plan.stepsTotal) - kPi / 2.0;
+        const double a = static_cast<double>(k) * 2.0 * kPi / (2.0 * plan.stepsTotal) - kPi / 2.0;
         const double share = std::fabs(std::sin(a) + 1.0);
         ZVK_GalvoNode &node = nodes[count - 1 - k];
         node.count = 0;

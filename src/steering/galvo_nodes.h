@@ -20,9 +20,9 @@ struct ZVK_SegmentPlan
 {
     double dx;  // V, end minus start
     double dy;
-    int32_t stepsTotal;     // samples of the waypoint's own slots; 0 when the steps outrun the speed
-    int32_t points;         // nodes of a straight segment, at least 1
-    int32_t dwell;          // samples on each
+    int32_t stepsTotal;  // samples of the waypoint's own slots; 0 when the steps outrun the speed
+    int32_t points;      // nodes of a straight segment, at least 1
+    int32_t dwell;       // samples on each
     double resultingSpeed;  // V/s, over all samples of the clock; infinite when stepsTotal is 0
     int32_t warning;        // 0 or ZVK_GALVO_SPEED_LIMIT
 };
@@ -33,8 +33,8 @@ ZVK_SegmentPlan PlanSegment(const ZVK_SegmentPace &pace, double startX, double s
 // The value cut to a whole number, pulled into the 32-bit range; what is not a number gives 0.
 int32_t CutToLong(double value);
 
-// How many nodes a segment has: by points for the straight shapes, by samples for the sine, none for
-// an unknown shape.
+// How many nodes a segment has: by points for the straight shapes, by samples for the sine, none
+// for an unknown shape.
 int64_t NodesOfSegment(const ZVK_SegmentPlan &plan, int32_t waveForm);
 
 // Writes the segment's nodes, start to end, and leaves the links alone.

@@ -1,5 +1,5 @@
-// The output: one continuous task over the four mirrors, or in simulation a timer. How it is started,
-// fed by clients and stopped; galvo_events.cpp has what runs at each block.
+// The output: one continuous task over the four mirrors, or in simulation a timer. How it is
+// started, fed by clients and stopped; galvo_events.cpp has what runs at each block.
 
 #include "files/key_table.h"
 #include "platform/clock.h"
@@ -19,7 +19,7 @@
 constexpr double kMinVolts = -10.0;  // the card's output range
 constexpr double kMaxVolts = 10.0;
 constexpr double kWriteTimeoutS = 10.0;
-constexpr double kSettleS = 1.0;       // after the task has been cleared
+constexpr double kSettleS = 1.0;  // after the task has been cleared
 constexpr double kSimulatedTickS = 0.5;
 constexpr double kMaxStepVolts = 0.0008;
 constexpr uint32_t kUsbRequestBytes = 0x1833;
@@ -77,7 +77,8 @@ static int32_t StartSimulated(int32_t autoUpdate)
         // One timer only: a second one would double the pace and could not be stopped.
         const int32_t former = LoadFlag(g_galvoDaq.simTimerId);
         if (former != -1) (void)Threads().discardTimer(former);
-        const int id = Threads().startTimer(kSimulatedTickS, ZVK_Galvo_SimEveryNSamplesEvent, nullptr);
+        const int id =
+            Threads().startTimer(kSimulatedTickS, ZVK_Galvo_SimEveryNSamplesEvent, nullptr);
         StoreFlag(g_galvoDaq.simTimerId, id > 0 ? id : -1);
     }
     const std::lock_guard data(GalvoData());
@@ -100,7 +101,8 @@ static bool MakeTask(const std::string &channels, const std::string &clockSource
     void *task = nullptr;
     if (Daq().createTask("", &task) < 0) return false;
     StoreTask(task);
-    if (Daq().createAOVoltageChan(task, channels.c_str(), "", kMinVolts, kMaxVolts, ZVK_DAQ_VOLTS, "") < 0)
+    if (Daq().createAOVoltageChan(task, channels.c_str(), "", kMinVolts, kMaxVolts, ZVK_DAQ_VOLTS,
+                                  "") < 0)
         return false;
     return Daq().cfgSampClkTiming(task, clockSource.c_str(), g_galvoDaq.clockRate, ZVK_DAQ_RISING,
                                   ZVK_DAQ_CONTINUOUS,
@@ -114,7 +116,8 @@ static int32_t ConfigureStream(const std::string &channels)
     int32_t code = Daq().setChanAttribute(task, channels.c_str(), ZVK_DAQ_AO_TRANSFER_CONDITION,
                                           ZVK_DAQ_ON_BOARD_MEMORY_EMPTY);
     if (code < 0) return code;
-    code = Daq().setChanAttribute(task, channels.c_str(), ZVK_DAQ_AO_USB_REQUEST_SIZE, kUsbRequestBytes);
+    code = Daq().setChanAttribute(task, channels.c_str(), ZVK_DAQ_AO_USB_REQUEST_SIZE,
+                                  kUsbRequestBytes);
     if (code < 0) return code;
     code = Daq().setWriteAttribute(task, ZVK_DAQ_WRITE_REGENERATION, ZVK_DAQ_NO_REGENERATION);
     if (code < 0) return code;
@@ -167,8 +170,12 @@ static int32_t StartHardware(const std::string &device)
 // Reads the section's keys; those that stand before one that fails are kept.
 static int32_t ReadSettings(SessionHandle vi, std::string &device)
 {
-    ZVK_OutputKeys keys = {g_galvoDaq.backend,       g_galvoDaq.clockRate, g_galvoDaq.samplesPerChan,
-                           g_galvoDaq.everyNSamples, g_galvoDaq.trigger,   g_galvoDaq.simulate,
+    ZVK_OutputKeys keys = {g_galvoDaq.backend,
+                           g_galvoDaq.clockRate,
+                           g_galvoDaq.samplesPerChan,
+                           g_galvoDaq.everyNSamples,
+                           g_galvoDaq.trigger,
+                           g_galvoDaq.simulate,
                            {}};
     const int32_t status = ReadKeys(vi, "config.ini", kOutputSection, kOutputKeys, &keys);
 

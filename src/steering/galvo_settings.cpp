@@ -1,4 +1,5 @@
-// Positions read back, speeds, move modes, limits and centre of a path. Nothing here touches samples.
+// Positions read back, speeds, move modes, limits and centre of a path. Nothing here touches
+// samples.
 
 #include "files/key_table.h"
 #include "quorvex/confile.h"
@@ -6,7 +7,8 @@
 #include "steering/galvo_gate.h"
 #include "steering/galvo_keys.h"
 
-int32_t ZVK_Galvo_GetPositionCurrent(SessionHandle, int32_t path, int32_t wp, double *posX, double *posY)
+int32_t ZVK_Galvo_GetPositionCurrent(SessionHandle, int32_t path, int32_t wp, double *posX,
+                                     double *posY)
 {
     if (!IsPath(path)) return ZVK_GALVO_BAD_PATH;
     const std::lock_guard data(GalvoData());
@@ -17,7 +19,8 @@ int32_t ZVK_Galvo_GetPositionCurrent(SessionHandle, int32_t path, int32_t wp, do
     return ZVK_SUCCESS;
 }
 
-int32_t ZVK_Galvo_GetPositionTarget(SessionHandle, int32_t Path, int32_t Wp, double *PosX, double *PosY)
+int32_t ZVK_Galvo_GetPositionTarget(SessionHandle, int32_t Path, int32_t Wp, double *PosX,
+                                    double *PosY)
 {
     if (!IsPath(Path)) return ZVK_GALVO_BAD_PATH;
     const std::lock_guard data(GalvoData());
@@ -61,7 +64,8 @@ int32_t ZVK_Galvo_GetMoveType(SessionHandle, int32_t Path, int32_t Waypoint, int
     return ZVK_SUCCESS;
 }
 
-int32_t ZVK_Galvo_SetLimits(SessionHandle, int32_t path, double xMin, double xMax, double yMin, double yMax)
+int32_t ZVK_Galvo_SetLimits(SessionHandle, int32_t path, double xMin, double xMax, double yMin,
+                            double yMax)
 {
     if (!IsPath(path)) return ZVK_GALVO_BAD_PATH;
     const std::lock_guard data(GalvoData());
@@ -135,7 +139,8 @@ int32_t ZVK_Galvo_LoadOffset(SessionHandle SessionHandle, int32_t Path, double *
         ZVK_ConFile_Read(SessionHandle, "config.ini", section, "OFFSETX", Xoff, ZVK_CONFILE_DOUBLE);
     if (status < 0) return status;
     if (status > 0) (void)ZVK_error_CaptureWarning(0, status);
-    status = ZVK_ConFile_Read(SessionHandle, "config.ini", section, "OFFSETY", Yoff, ZVK_CONFILE_DOUBLE);
+    status =
+        ZVK_ConFile_Read(SessionHandle, "config.ini", section, "OFFSETY", Yoff, ZVK_CONFILE_DOUBLE);
     if (status < 0) return status;
     if (status > 0) (void)ZVK_error_CaptureWarning(0, status);
     return ZVK_SUCCESS;

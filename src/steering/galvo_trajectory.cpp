@@ -7,8 +7,8 @@
 
 #include <limits>
 
-// Room for the head and all segments' nodes, zeroed; null when memory ran out. A sine at a speed of 0
-// would need a node for each of endless samples: no room for that.
+// Room for the head and all segments' nodes, zeroed; null when memory ran out. A sine at a speed of
+// 0 would need a node for each of endless samples: no room for that.
 static ZVK_GalvoNode *AllocateList(const ZVK_SegmentPace &pace, int32_t steps, const double *x,
                                    const double *y, int32_t waveForm, int64_t &count)
 {
@@ -22,8 +22,8 @@ static ZVK_GalvoNode *AllocateList(const ZVK_SegmentPace &pace, int32_t steps, c
     return AllocateArray<ZVK_GalvoNode>(count);
 }
 
-// Fills the list from its tail, clamping every point but the first in the caller's arrays. A segment
-// keeps the shape it had before its end was clamped: it is shifted as a whole.
+// Fills the list from its tail, clamping every point but the first in the caller's arrays. A
+// segment keeps the shape it had before its end was clamped: it is shifted as a whole.
 static int32_t FillList(ZVK_GalvoNode *list, int64_t count, const ZVK_SegmentPace &pace,
                         const ZVK_GalvoState &limits, int32_t steps, double *x, double *y,
                         int32_t waveForm, double *resultingSpeed)
@@ -64,8 +64,9 @@ static ZVK_SegmentPace PaceOf(const ZVK_GalvoState &row, int32_t wp)
     return {g_galvoDaq.clockRate, row.speeds[wp], g_galvoDaq.maxStep, row.NumOfWP};
 }
 
-int32_t ZVK_Galvo_SetTrajectory(SessionHandle, int32_t path, int32_t wp, int32_t steps, double *posX,
-                                double *posY, double *ResultingSpeed, int32_t WaveForm)
+int32_t ZVK_Galvo_SetTrajectory(SessionHandle, int32_t path, int32_t wp, int32_t steps,
+                                double *posX, double *posY, double *ResultingSpeed,
+                                int32_t WaveForm)
 {
     const GalvoClaim claim;
     if (!IsPath(path)) return ZVK_GALVO_BAD_PATH;
@@ -84,7 +85,8 @@ int32_t ZVK_Galvo_SetTrajectory(SessionHandle, int32_t path, int32_t wp, int32_t
     int64_t count = 0;
     ZVK_GalvoNode *list = AllocateList(pace, steps, posX, posY, WaveForm, count);
     int32_t warning = ZVK_GALVO_NO_MEMORY;
-    if (list) warning = FillList(list, count, pace, limits, steps, posX, posY, WaveForm, ResultingSpeed);
+    if (list)
+        warning = FillList(list, count, pace, limits, steps, posX, posY, WaveForm, ResultingSpeed);
 
     ZVK_GalvoNode *old = nullptr;
     {
@@ -111,7 +113,8 @@ int32_t ZVK_Galvo_GetTrajectory(SessionHandle, int32_t Path, int32_t Wp, int32_t
 
     ZVK_GalvoNode *const head = row.lists[Wp];
     int64_t count = 1;
-    for (const ZVK_GalvoNode *node = head; !IsTail(*node); node = node->next) ++count;
+    for (const ZVK_GalvoNode *node = head; !IsTail(*node); node = node->next)
+        ++count;
 
     {
         const std::lock_guard data(GalvoData());

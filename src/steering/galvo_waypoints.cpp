@@ -1,5 +1,5 @@
-// The waypoint list of each path: brought up with one waypoint at the centre, grown and shrunk one at
-// a time, jumped and moved.
+// The waypoint list of each path: brought up with one waypoint at the centre, grown and shrunk one
+// at a time, jumped and moved.
 
 #include "files/key_table.h"
 #include "platform/clock.h"
@@ -38,7 +38,8 @@ bool ClampToLimits(const ZVK_GalvoState &row, double &x, double &y)
 
 void FreeWaypoints(ZVK_GalvoState &row)
 {
-    for (int32_t wp = 0; wp < row.NumOfWP; ++wp) Release(row.lists[wp]);
+    for (int32_t wp = 0; wp < row.NumOfWP; ++wp)
+        Release(row.lists[wp]);
     row.NumOfWP = 0;
     Release(row.moveMode);
     Release(row.direction);
@@ -112,7 +113,8 @@ int32_t ZVK_Galvo_Init(SessionHandle SessionHandle, uint16_t, uint16_t)
         const int32_t status = ConfigureCentre(SessionHandle, path);
         if (status < 0) return status;
     }
-    for (ZVK_GalvoState &row : g_galvo) StoreFlag(row.initialized, 1);
+    for (ZVK_GalvoState &row : g_galvo)
+        StoreFlag(row.initialized, 1);
 
     const int32_t started = ZVK_Galvo_DaqInit(SessionHandle, 1);
     if (started < 0) return started;
@@ -166,8 +168,8 @@ static T *CopyArray(const T *from, int32_t fromCount, int32_t count, int32_t omi
     return to;
 }
 
-// Arrays for `count` waypoints with the row's values but those of `omitted`. The lists are shared with
-// the old arrays. Null arrays in it: memory ran out.
+// Arrays for `count` waypoints with the row's values but those of `omitted`. The lists are shared
+// with the old arrays. Null arrays in it: memory ran out.
 static ZVK_GalvoState CopyWaypoints(const ZVK_GalvoState &row, int32_t count, int32_t omitted)
 {
     ZVK_GalvoState copy;
@@ -251,7 +253,7 @@ int32_t ZVK_Galvo_AddWaypoint(SessionHandle, int32_t Path, int32_t *Wp, double X
     if (!BeginRebuild()) return ZVK_GALVO_BUFFER_IN_USE;
 
     const int32_t status = Append(g_galvo[Path], X, Y);
-    if (status < 0) return status;  // dataReady stays 0 until a later call succeeds
+    if (status < 0) return status;        // dataReady stays 0 until a later call succeeds
     if (Wp) *Wp = g_galvo[Path].NumOfWP;  // the count: the new waypoint's index is one less
     HandOver();
     return ZVK_SUCCESS;
@@ -313,7 +315,8 @@ int32_t ZVK_Galvo_SetPosition(SessionHandle, int32_t path, int32_t wp, double po
     return warning;
 }
 
-// Sets every waypoint down with a list of its own place alone; clamped values go back to the caller.
+// Sets every waypoint down with a list of its own place alone; clamped values go back to the
+// caller.
 static int32_t PlaceAll(ZVK_GalvoState &row, double *x, double *y)
 {
     const std::lock_guard data(GalvoData());
@@ -350,7 +353,8 @@ int32_t ZVK_Galvo_SetPositionAll(SessionHandle, int32_t path, int32_t numberOfPo
     return status;
 }
 
-int32_t ZVK_Galvo_SetPositionTarget(SessionHandle, int32_t path, int32_t wp, double xPos, double yPos)
+int32_t ZVK_Galvo_SetPositionTarget(SessionHandle, int32_t path, int32_t wp, double xPos,
+                                    double yPos)
 {
     const GalvoClaim claim;
     if (!IsPath(path)) return ZVK_GALVO_BAD_PATH;

@@ -1,5 +1,5 @@
-// Each allocation of the galvo calls fails in turn: the told status comes, no block leaks, and the next
-// call works.
+// Each allocation of the galvo calls fails in turn: the told status comes, no block leaks, and the
+// next call works.
 
 #include "failing_memory.h"
 #include "failing_new.h"
@@ -12,9 +12,10 @@
 class GalvoMemory : public GalvoSessionTest
 {
 protected:
-    // Runs prepare and act again and again, with the first, second... allocation of act failing, until all
-    // have been tried. `told` is the status of a failure.
-    void FailEach(int32_t told, const std::function<void()> &prepare, const std::function<int32_t()> &act)
+    // Runs prepare and act again and again, with the first, second... allocation of act failing,
+    // until all have been tried. `told` is the status of a failure.
+    void FailEach(int32_t told, const std::function<void()> &prepare,
+                  const std::function<int32_t()> &act)
     {
         for (int nth = 1;; ++nth) {
             ASSERT_LT(nth, 200);
@@ -155,7 +156,8 @@ TEST_F(GalvoMemory, SetTrajectoryThatFailsKeepsTheOldList)
         memory.FailAt(1);
         EXPECT_EQ(SetLine(), ZVK_GALVO_NO_MEMORY);
         memory.FailAt(1);
-        EXPECT_EQ(ZVK_Galvo_SetPositionTarget(0, 0, 0, 9, 9), 0) << "whose result drops that of the line";
+        EXPECT_EQ(ZVK_Galvo_SetPositionTarget(0, 0, 0, 9, 9), 0)
+            << "whose result drops that of the line";
     }
     EXPECT_EQ(g_galvo[0].lists[0]->x, 1.0);
     EXPECT_EQ(g_galvoDaq.dataReady, 0);

@@ -7,7 +7,8 @@ void GalvoTest::ResetGalvo()
     g_galvoDaq.updating = 0;
     ZVK_Galvo_Shutdown(0);
     g_galvoDaq = {};
-    for (ZVK_GalvoState &row : g_galvo) row = {};
+    for (ZVK_GalvoState &row : g_galvo)
+        row = {};
 }
 
 void GalvoTest::SetUp() { ResetGalvo(); }
@@ -43,7 +44,9 @@ void GalvoTest::Configure(int32_t path, int32_t count)
     }
     const std::vector<double> speeds(count, 1.0);
     const std::vector<int32_t> modes(count, ZVK_MOVE_STAND);
-    ASSERT_EQ(ZVK_Galvo_BufferConfigure(0, path, count, x.data(), y.data(), speeds.data(), modes.data()), 0);
+    ASSERT_EQ(
+        ZVK_Galvo_BufferConfigure(0, path, count, x.data(), y.data(), speeds.data(), modes.data()),
+        0);
 }
 
 std::vector<double> GalvoTest::Channel(int32_t channel)

@@ -1,8 +1,8 @@
 #ifndef QUORVEX_TESTS_GALVO_SESSION_H
 #define QUORVEX_TESTS_GALVO_SESSION_H
 
-// The galvo module with an instrument folder, a recording card, told timers and a test clock: what its
-// start, its output and its end do.
+// The galvo module with an instrument folder, a recording card, told timers and a test clock: what
+// its start, its output and its end do.
 
 #include "galvo_fixture.h"
 #include "recording_daq.h"

@@ -16,7 +16,8 @@ TEST_F(GalvoBuffer, StateAtLoadIsAsTheRecordsTell)
     EXPECT_EQ(g_galvoDaq.buffer, nullptr);
     EXPECT_EQ(g_galvoDaq.samplesPerChan, 0);
     EXPECT_EQ(g_galvoDaq.maxStep, 0.0);
-    for (const ZVK_GalvoState &row : g_galvo) EXPECT_EQ(row.NumOfWP, 0);
+    for (const ZVK_GalvoState &row : g_galvo)
+        EXPECT_EQ(row.NumOfWP, 0);
 }
 
 TEST_F(GalvoBuffer, BlocksStandInTheOrderOfTheOutputs)
@@ -62,7 +63,8 @@ TEST_F(GalvoBuffer, TheRestOfABlockKeepsAnOldSlotsValue)
 TEST_F(GalvoBuffer, SimulatedOffsetsAreAllZeroAndTheLastWriteWins)
 {
     PrepareOutput(10);
-    for (ZVK_GalvoState &row : g_galvo) row.xSampleOffset = row.ySampleOffset = 0;
+    for (ZVK_GalvoState &row : g_galvo)
+        row.xSampleOffset = row.ySampleOffset = 0;
     Configure(0, 1);
     EXPECT_EQ(Channel(0), std::vector<double>(10, 2.0)) << "Y stands where X was written";
     EXPECT_EQ(Channel(1), std::vector<double>(10, 0.0));
@@ -84,7 +86,8 @@ TEST_F(GalvoBuffer, ConfigureChecksPathThenCountThenUpdate)
     EXPECT_EQ(ZVK_Galvo_BufferConfigure(0, 0, -3, &x, &y, &speed, &mode), ZVK_GALVO_NO_WAYPOINT);
     EXPECT_EQ(ZVK_Galvo_BufferConfigure(0, 0, 1, &x, &y, &speed, &mode), ZVK_GALVO_BUFFER_IN_USE);
     g_galvoDaq.updating = 0;
-    EXPECT_EQ(ZVK_Galvo_BufferConfigure(0, 0, 1, nullptr, &y, &speed, &mode), ZVK_GALVO_NO_WAYPOINT);
+    EXPECT_EQ(ZVK_Galvo_BufferConfigure(0, 0, 1, nullptr, &y, &speed, &mode),
+              ZVK_GALVO_NO_WAYPOINT);
 }
 
 TEST_F(GalvoBuffer, ConfigureClampsIntoTheCallersArraysAndAnswers611)

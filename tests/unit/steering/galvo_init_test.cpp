@@ -33,14 +33,16 @@ TEST_F(GalvoInit, OutputsStandAtZeroVoltsAlthoughWaypointsReportTheCentre)
 {
     BringUp(0);
     EXPECT_EQ(AllSamples(), std::vector<double>(400, 0.0));
-    for (const std::vector<double> &block : card->Blocks()) EXPECT_EQ(block, std::vector<double>(400, 0.0));
+    for (const std::vector<double> &block : card->Blocks())
+        EXPECT_EQ(block, std::vector<double>(400, 0.0));
     EXPECT_EQ(card->Blocks().size(), 2U) << "one before the start, one behind it";
     double x = 0;
     double y = 0;
     ZVK_Galvo_GetPositionCurrent(0, 0, 0, &x, &y);
     EXPECT_EQ(x, 0.5);
     ZVK_Galvo_SetPosition(0, 0, 0, x, y);
-    EXPECT_EQ(Channel(0), std::vector<double>(100, 0.5)) << "the first rebuild brings the mirrors there";
+    EXPECT_EQ(Channel(0), std::vector<double>(100, 0.5))
+        << "the first rebuild brings the mirrors there";
 }
 
 TEST_F(GalvoInit, ASecondInitAnswersZeroAndReadsNothing)

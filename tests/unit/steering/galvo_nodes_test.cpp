@@ -103,9 +103,11 @@ TEST(GalvoNodes, CutToLongTruncatesTowardZeroAndStaysInRange)
 TEST(GalvoNodes, StraightShapesHaveAPointAStepAndSinesOneASample)
 {
     const ZVK_SegmentPlan plan = PlanSegment(Pace(1), 0, 0, 1, 0);
-    for (int32_t waveForm : {1, 3, 4}) EXPECT_EQ(NodesOfSegment(plan, waveForm), 1250) << waveForm;
+    for (int32_t waveForm : {1, 3, 4})
+        EXPECT_EQ(NodesOfSegment(plan, waveForm), 1250) << waveForm;
     EXPECT_EQ(NodesOfSegment(plan, 2), 10000);
-    for (int32_t waveForm : {0, 5, 7, -1}) EXPECT_EQ(NodesOfSegment(plan, waveForm), 0) << waveForm;
+    for (int32_t waveForm : {0, 5, 7, -1})
+        EXPECT_EQ(NodesOfSegment(plan, waveForm), 0) << waveForm;
 }
 
 TEST(GalvoNodes, AStraightSegmentEndsAtItsEndAndStartsOneStepBehindItsStart)
@@ -118,7 +120,8 @@ TEST(GalvoNodes, AStraightSegmentEndsAtItsEndAndStartsOneStepBehindItsStart)
     const double k = plan.points - 1;
     EXPECT_EQ(nodes.front().x, 1.0 - k * 1.0 / plan.points);
     EXPECT_EQ(nodes.front().y, -2.0 - k * -2.0 / plan.points);
-    for (const ZVK_GalvoNode &node : nodes) EXPECT_EQ(node.dwell, plan.dwell);
+    for (const ZVK_GalvoNode &node : nodes)
+        EXPECT_EQ(node.dwell, plan.dwell);
 }
 
 TEST(GalvoNodes, ASineIsSlowAtItsEndsAndHoldsEachPointForOneSample)
@@ -132,7 +135,8 @@ TEST(GalvoNodes, ASineIsSlowAtItsEndsAndHoldsEachPointForOneSample)
     EXPECT_DOUBLE_EQ(nodes.back().x, 0.5);
     EXPECT_NEAR(nodes[4999].x, 0.25, 1e-4);
     EXPECT_LT(nodes[10].x - nodes[9].x, (nodes[5000].x - nodes[4999].x) / 100);
-    for (const ZVK_GalvoNode &node : nodes) ASSERT_EQ(node.dwell, 0);
+    for (const ZVK_GalvoNode &node : nodes)
+        ASSERT_EQ(node.dwell, 0);
 }
 
 TEST(GalvoNodes, BothEndsOfAListPointAtThemselves)

@@ -83,8 +83,9 @@ TEST_F(GalvoOutput, AnEvenBackendIsRefusedOnHardwareOnly)
 
 TEST_F(GalvoOutput, EachMissingKeyEndsTheStartAndEarlierOnesAreKept)
 {
-    for (const char *key : {"BACKEND", "CLOCKRATE", "SAMPLESPERCHAN", "EVERYNSAMPLES", "TRIGGER", "SIMULATE",
-                            "DAQNAME"}) {
+    for (const char *key : {"BACKEND", "CLOCKRATE", "SAMPLESPERCHAN", "EVERYNSAMPLES", "TRIGGER",
+                            "SIMULATE", "DAQNAME"})
+    {
         ResetGalvo();
         WriteConfigWithout(key);
         EXPECT_EQ(ZVK_Galvo_DaqInit(0, 1), ZVK_CONFILE_NOT_FOUND) << key;
@@ -105,8 +106,9 @@ TEST_F(GalvoOutput, AMissingFileEndsTheStart)
 
 TEST_F(GalvoOutput, AnImpossibleBlockSizeHasNoMemoryOrNoDriver)
 {
-    folder.Write("config.ini", "[MAINDAQ]\r\nBACKEND=1\r\nCLOCKRATE=1\r\nSAMPLESPERCHAN=-5\r\nEVERYNSAMPLES=1\r\n"
-                               "TRIGGER=0\r\nSIMULATE=1\r\nDAQNAME=\"d\"\r\n");
+    folder.Write("config.ini",
+                 "[MAINDAQ]\r\nBACKEND=1\r\nCLOCKRATE=1\r\nSAMPLESPERCHAN=-5\r\nEVERYNSAMPLES=1\r\n"
+                 "TRIGGER=0\r\nSIMULATE=1\r\nDAQNAME=\"d\"\r\n");
     EXPECT_EQ(ZVK_Galvo_DaqInit(0, 1), ZVK_GALVO_NO_MEMORY);
     EXPECT_TRUE(timers->Timers().empty()) << "the timer goes again";
     EXPECT_EQ(g_galvoDaq.simTimerId, -1);
@@ -120,11 +122,16 @@ TEST_F(GalvoOutput, EachRefusalOfTheCardHasItsStatusAndItsLog)
         int nth;
         int32_t status;
         bool logged;
-    } rows[] = {{1, ZVK_GALVO_DAQ_FAILED, true}, {2, ZVK_GALVO_DAQ_FAILED, true},
-                {3, ZVK_GALVO_DAQ_FAILED, true}, {4, kCode, false},
-                {5, kCode, false},               {6, kCode, false},
-                {7, 0, false},                   {8, kCode, false},
-                {9, kCode, false},               {10, ZVK_GALVO_DAQ_FAILED, true}};
+    } rows[] = {{1, ZVK_GALVO_DAQ_FAILED, true},
+                {2, ZVK_GALVO_DAQ_FAILED, true},
+                {3, ZVK_GALVO_DAQ_FAILED, true},
+                {4, kCode, false},
+                {5, kCode, false},
+                {6, kCode, false},
+                {7, 0, false},
+                {8, kCode, false},
+                {9, kCode, false},
+                {10, ZVK_GALVO_DAQ_FAILED, true}};
     for (const auto &row : rows) {
         ResetGalvo();
         WriteConfig(0);
@@ -134,7 +141,8 @@ TEST_F(GalvoOutput, EachRefusalOfTheCardHasItsStatusAndItsLog)
         card->SetErrorText("the card's own words, 100% of them");
         EXPECT_EQ(ZVK_Galvo_DaqInit(0, 1), row.status) << row.nth;
         EXPECT_TRUE(card->Failed());
-        EXPECT_EQ(Log().find("the card's own words, 100% of them") != std::string::npos, row.logged) << row.nth;
+        EXPECT_EQ(Log().find("the card's own words, 100% of them") != std::string::npos, row.logged)
+            << row.nth;
         EXPECT_EQ(g_galvoDaq.daqInitialized, row.status == 0 ? 1 : 0) << row.nth;
         if (row.status == 0) continue;
         EXPECT_EQ(card->OpenTasks(), row.nth == 1 ? 0 : 1) << "the task is left as it stands";

@@ -78,7 +78,8 @@ TEST_F(GalvoSettings, SpeedOnAnUninitializedPathAnswersZeroAndStoresNothing)
     g_galvo[0].initialized = 0;
     EXPECT_EQ(ZVK_Galvo_SetSpeed(0, 0, 0, 4.0), 0);
     EXPECT_EQ(g_galvo[0].speeds[0], 1.0);
-    EXPECT_EQ(ZVK_Galvo_SetSpeed(0, 0, 1, 4.0), ZVK_GALVO_OUT_OF_RANGE) << "the waypoint is tested first";
+    EXPECT_EQ(ZVK_Galvo_SetSpeed(0, 0, 1, 4.0), ZVK_GALVO_OUT_OF_RANGE)
+        << "the waypoint is tested first";
 }
 
 TEST_F(GalvoSettings, SpeedTakesAnyValueAndARunKeepsItsTiming)
@@ -105,7 +106,8 @@ TEST_F(GalvoSettings, OnlyThreeMoveModesAreTaken)
         EXPECT_EQ(got, mode);
     }
     for (int32_t mode : {0, 4, -1}) {
-        EXPECT_EQ(ZVK_Galvo_SetMoveType(0, 0, 99, mode), ZVK_GALVO_BAD_MOVE_MODE) << "tested before the waypoint";
+        EXPECT_EQ(ZVK_Galvo_SetMoveType(0, 0, 99, mode), ZVK_GALVO_BAD_MOVE_MODE)
+            << "tested before the waypoint";
         EXPECT_EQ(ZVK_Galvo_SetMoveType(0, 0, 0, mode), ZVK_GALVO_BAD_MOVE_MODE);
         EXPECT_EQ(g_galvo[0].moveMode[0], 3);
     }

@@ -1,5 +1,6 @@
 // Two clients and the output event at full pace. Path A's samples always have Y = -X, and path B's
-// waypoints always stand together: a block that was torn between two states would break one of the two.
+// waypoints always stand together: a block that was torn between two states would break one of the
+// two.
 
 #include "galvo_fixture.h"
 #include "platform/daqmx.h"
@@ -29,8 +30,8 @@ struct Tally
 static Tally s_tally;
 
 // Takes a block as the card does, and looks whether it is of one piece.
-static int32_t TakeBlock(ZVK_DaqTask, int32_t samples, uint32_t, double, uint32_t, const double *in, int32_t *,
-                         uint32_t *)
+static int32_t TakeBlock(ZVK_DaqTask, int32_t samples, uint32_t, double, uint32_t, const double *in,
+                         int32_t *, uint32_t *)
 {
     bool whole = samples == kSamples;
     for (int32_t s = 0; whole && s < kSamples; ++s) {
@@ -44,9 +45,12 @@ static int32_t TakeBlock(ZVK_DaqTask, int32_t samples, uint32_t, double, uint32_
 
 static void Count(int32_t status)
 {
-    if (status == ZVK_GALVO_BUFFER_IN_USE) s_tally.inUse += 1;
-    else if (status == ZVK_GALVO_NOT_READY) s_tally.notReady += 1;
-    else if (status >= 0) s_tally.done += 1;
+    if (status == ZVK_GALVO_BUFFER_IN_USE)
+        s_tally.inUse += 1;
+    else if (status == ZVK_GALVO_NOT_READY)
+        s_tally.notReady += 1;
+    else if (status >= 0)
+        s_tally.done += 1;
 }
 
 class GalvoThreads : public GalvoTest
@@ -84,7 +88,8 @@ int GalvoThreads::s_task = 0;
 static std::chrono::milliseconds StressTime()
 {
     const char *seconds = std::getenv("ZVK_STRESS_SECONDS");
-    return seconds ? std::chrono::milliseconds(1000 * std::atoi(seconds)) : std::chrono::milliseconds(1500);
+    return seconds ? std::chrono::milliseconds(1000 * std::atoi(seconds))
+                   : std::chrono::milliseconds(1500);
 }
 
 // Adds, removes, jumps and moves waypoints along the line Y = -X.
@@ -100,7 +105,8 @@ static void WorkPathA(const std::atomic<bool> &stop)
             if (count < 6) Count(ZVK_Galvo_AddWaypoint(0, 0, &wp, v, -v));
             break;
         case 1:
-            if (count > 2) Count(ZVK_Galvo_RemoveWaypoint(0, 0, static_cast<int32_t>(step % count)));
+            if (count > 2)
+                Count(ZVK_Galvo_RemoveWaypoint(0, 0, static_cast<int32_t>(step % count)));
             break;
         case 2:
         case 3:
@@ -111,10 +117,10 @@ static void WorkPathA(const std::atomic<bool> &stop)
             Count(ZVK_Galvo_SetPositionTarget(0, 0, static_cast<int32_t>(step % count), -v, v));
             break;
         case 5:
-            Count(ZVK_Galvo_SetMoveType(0, 0, static_cast<int32_t>(step % count), 1 + static_cast<int32_t>(step % 3)));
+            Count(ZVK_Galvo_SetMoveType(0, 0, static_cast<int32_t>(step % count),
+                                        1 + static_cast<int32_t>(step % 3)));
             break;
-        default:
-            Count(ZVK_Galvo_WriteBuffer(0));
+        default: Count(ZVK_Galvo_WriteBuffer(0));
         }
     }
 }
@@ -137,7 +143,8 @@ static void WorkPathB(const std::atomic<bool> &stop)
         }
         const int32_t count = g_galvo[1].NumOfWP;
         if (step++ % 3 == 0) {
-            Count(ZVK_Galvo_BufferConfigure(0, 1, 1 + static_cast<int32_t>(step % 6), x, y, speeds, modes));
+            Count(ZVK_Galvo_BufferConfigure(0, 1, 1 + static_cast<int32_t>(step % 6), x, y, speeds,
+                                            modes));
         } else {
             Count(ZVK_Galvo_SetPositionAll(0, 1, count, x, y));
         }
@@ -180,7 +187,7 @@ TEST_F(GalvoThreads, TwoClientsAndTheEventNeverTearABlock)
     EXPECT_GT(s_tally.done, 0);
     EXPECT_GT(s_tally.inUse, 0) << "609 has been a real outcome";
     EXPECT_GT(s_tally.notReady, 0) << "-610 and the skipped block too";
-    std::printf("blocks %lld, done %lld, 609: %lld, -610: %lld\n", static_cast<long long>(s_tally.blocks),
-                static_cast<long long>(s_tally.done), static_cast<long long>(s_tally.inUse),
-                static_cast<long long>(s_tally.notReady));
+    std::printf("blocks %lld, done %lld, 609: %lld, -610: %lld\n",
+                static_cast<long long>(s_tally.blocks), static_cast<long long>(s_tally.done),
+                static_cast<long long>(s_tally.inUse), static_cast<long long>(s_tally.notReady));
 }

@@ -31,7 +31,8 @@ static Points Read(int32_t path, int32_t wp)
     return points;
 }
 
-static int32_t Set(std::vector<double> x, std::vector<double> y, int32_t waveForm, double *speed = nullptr)
+static int32_t Set(std::vector<double> x, std::vector<double> y, int32_t waveForm,
+                   double *speed = nullptr)
 {
     double ignored = 0;
     return ZVK_Galvo_SetTrajectory(0, 0, 0, static_cast<int32_t>(x.size()), x.data(), y.data(),
@@ -39,7 +40,8 @@ static int32_t Set(std::vector<double> x, std::vector<double> y, int32_t waveFor
 }
 
 // The list as it is told: each new node goes in right behind the head.
-static std::vector<ZVK_GalvoNode> ToldList(const ZVK_SegmentPace &pace, const std::vector<double> &x,
+static std::vector<ZVK_GalvoNode> ToldList(const ZVK_SegmentPace &pace,
+                                           const std::vector<double> &x,
                                            const std::vector<double> &y, int32_t waveForm)
 {
     std::list<ZVK_GalvoNode> nodes;
@@ -53,7 +55,8 @@ static std::vector<ZVK_GalvoNode> ToldList(const ZVK_SegmentPace &pace, const st
         }
         if (waveForm == 2) {
             for (int32_t k = 0; k < plan.stepsTotal; ++k) {
-                const double a = k * 2 * M_PI / (2 * static_cast<double>(plan.stepsTotal)) - M_PI / 2;
+                const double a =
+                    k * 2 * M_PI / (2 * static_cast<double>(plan.stepsTotal)) - M_PI / 2;
                 nodes.push_front({0, 0, x[i] - std::fabs(std::sin(a) + 1) * plan.dx / 2,
                                   y[i] - std::fabs(std::sin(a) + 1) * plan.dy / 2});
             }
@@ -104,7 +107,8 @@ TEST_F(GalvoTrajectory, OneVoltAtOneVoltPerSecondHas1251NodesOf8Samples)
     double speed = 0;
     EXPECT_EQ(Set({0, 1}, {0, 0}, 1, &speed), 0);
     EXPECT_DOUBLE_EQ(speed, 1.0);
-    EXPECT_EQ(g_galvo[0].trajectory[0]->dwell, 8) << "the head takes the dwell of the node behind it";
+    EXPECT_EQ(g_galvo[0].trajectory[0]->dwell, 8)
+        << "the head takes the dwell of the node behind it";
     EXPECT_EQ(Read(0, 0).x.size(), 1251U);
 }
 

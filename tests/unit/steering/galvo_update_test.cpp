@@ -8,8 +8,8 @@
 
 namespace {
 
-// The block's step as it is told, sample by sample: what ZVK_Galvo_UpdateBuffer has to equal bit for
-// bit, whatever runs it fills.
+// The block's step as it is told, sample by sample: what ZVK_Galvo_UpdateBuffer has to equal bit
+// for bit, whatever runs it fills.
 struct Model
 {
     struct Node
@@ -37,7 +37,8 @@ struct Model
         Waypoint &wp = paths[path][w];
         double *bx = samples.data() + 2 * path * n;
         double *by = bx + n;
-        for (int32_t s = static_cast<int32_t>(w) * slot; s < (static_cast<int32_t>(w) + 1) * slot; ++s) {
+        for (int32_t s = static_cast<int32_t>(w) * slot; s < (static_cast<int32_t>(w) + 1) * slot;
+             ++s) {
             Node &node = wp.list[wp.at];
             bx[s] = node.x;
             by[s] = node.y;
@@ -46,7 +47,8 @@ struct Model
             node.count = 0;
             if (wp.at + 1 == wp.list.size()) {
                 wp.mode = 3;
-                for (int32_t t = static_cast<int32_t>(w) * slot; t < (static_cast<int32_t>(w) + 1) * slot; ++t) {
+                for (int32_t t = static_cast<int32_t>(w) * slot;
+                     t < (static_cast<int32_t>(w) + 1) * slot; ++t) {
                     bx[t] = node.x;
                     by[t] = node.y;
                 }
@@ -67,15 +69,18 @@ struct Model
         Waypoint &wp = paths[path][w];
         double *bx = samples.data() + 2 * path * n;
         double *by = bx + n;
-        for (int32_t s = static_cast<int32_t>(w) * slot; s < (static_cast<int32_t>(w) + 1) * slot; ++s) {
+        for (int32_t s = static_cast<int32_t>(w) * slot; s < (static_cast<int32_t>(w) + 1) * slot;
+             ++s) {
             Node &node = wp.list[wp.at];
             ++node.count;
             if (node.count >= node.dwell) {
                 node.count = 0;
                 if (wp.at + 1 == wp.list.size()) wp.direction = -1;
                 if (wp.at == 0) wp.direction = 1;
-                if (wp.direction == 1 && wp.at + 1 < wp.list.size()) ++wp.at;
-                else if (wp.direction == -1 && wp.at > 0) --wp.at;
+                if (wp.direction == 1 && wp.at + 1 < wp.list.size())
+                    ++wp.at;
+                else if (wp.direction == -1 && wp.at > 0)
+                    --wp.at;
             }
             bx[s] = wp.list[wp.at].x;
             by[s] = wp.list[wp.at].y;
@@ -150,8 +155,10 @@ TEST_F(GalvoUpdate, EqualsTheSampleBySampleStepBitForBit)
                 }
                 double resulting = 0;
                 const int32_t shape = static_cast<int32_t>(random() % 6);
-                ASSERT_GE(ZVK_Galvo_SetTrajectory(0, path, wp, 2 + static_cast<int32_t>(random() % 3), x, y,
-                                                  &resulting, shape), 0);
+                ASSERT_GE(ZVK_Galvo_SetTrajectory(0, path, wp,
+                                                  2 + static_cast<int32_t>(random() % 3), x, y,
+                                                  &resulting, shape),
+                          0);
                 ZVK_Galvo_SetMoveType(0, path, wp, 1 + static_cast<int32_t>(random() % 3));
             }
         }
@@ -167,7 +174,9 @@ TEST_F(GalvoUpdate, EqualsTheSampleBySampleStepBitForBit)
                     ASSERT_EQ(g_galvo[path].posY[w], wp.y);
                     ASSERT_EQ(g_galvo[path].moveMode[w], wp.mode);
                     ASSERT_EQ(g_galvo[path].direction[w], wp.direction);
-                    ASSERT_EQ(static_cast<size_t>(g_galvo[path].trajectory[w] - g_galvo[path].lists[w]), wp.at);
+                    ASSERT_EQ(
+                        static_cast<size_t>(g_galvo[path].trajectory[w] - g_galvo[path].lists[w]),
+                        wp.at);
                 }
             }
         }
@@ -219,13 +228,15 @@ TEST_F(GalvoUpdate, AMoveHoldsEachPointForItsDwellAndGoesOnInTheNextBlock)
     Move(0, 0, 2.0, 2.0);  // 1250 points of 8 samples
     ASSERT_EQ(ZVK_Galvo_UpdateBuffer(), 0);
     const std::vector<double> first = Channel(0);
-    for (int s = 0; s < 8; ++s) EXPECT_EQ(first[s], 1.0) << "the head is held like the others";
+    for (int s = 0; s < 8; ++s)
+        EXPECT_EQ(first[s], 1.0) << "the head is held like the others";
     EXPECT_NEAR(first[8], 1.0008, 1e-12);
     EXPECT_EQ(first[96], first[99]) << "four samples of the thirteenth point";
     const double thirteenth = first[99];
     ASSERT_EQ(ZVK_Galvo_UpdateBuffer(), 0);
     const std::vector<double> second = Channel(0);
-    for (int s = 0; s < 4; ++s) EXPECT_EQ(second[s], thirteenth) << "and four more in the next block";
+    for (int s = 0; s < 4; ++s)
+        EXPECT_EQ(second[s], thirteenth) << "and four more in the next block";
     EXPECT_GT(second[4], thirteenth);
 }
 
@@ -251,7 +262,8 @@ TEST_F(GalvoUpdate, ARunEndsAtItsTailWithAWholeSlotOfIt)
     Configure(1, 1);
     Move(0, 0, 1.004, 2.0);  // 5 points and the head, 8 samples each: 48 of 100 samples
     ASSERT_EQ(ZVK_Galvo_UpdateBuffer(), 0);
-    for (double sample : Channel(0)) EXPECT_DOUBLE_EQ(sample, 1.004);
+    for (double sample : Channel(0))
+        EXPECT_DOUBLE_EQ(sample, 1.004);
     EXPECT_EQ(g_galvo[0].moveMode[0], ZVK_MOVE_STAND);
     EXPECT_DOUBLE_EQ(g_galvo[0].posX[0], 1.004);
     EXPECT_EQ(g_galvo[0].trajectory[0], g_galvo[0].lists[0]) << "ready to run again";
@@ -290,8 +302,10 @@ TEST_F(GalvoUpdate, TheBlockInWhichARunEndsAdvancesNothingBehindIt)
     ASSERT_EQ(ZVK_Galvo_UpdateBuffer(), 0);
     ASSERT_EQ(g_galvo[0].moveMode[0], ZVK_MOVE_STAND) << "waypoint 0 has ended here";
     std::vector<double> after = AllSamples();
-    for (int s = 50; s < 100; ++s) EXPECT_EQ(after[s], before[s]) << "waypoint 1 of the same path";
-    for (int s = 200; s < 400; ++s) EXPECT_EQ(after[s], before[s]) << "path B";
+    for (int s = 50; s < 100; ++s)
+        EXPECT_EQ(after[s], before[s]) << "waypoint 1 of the same path";
+    for (int s = 200; s < 400; ++s)
+        EXPECT_EQ(after[s], before[s]) << "path B";
     EXPECT_EQ(g_galvo[0].posX[1], secondBefore);
 
     ASSERT_EQ(ZVK_Galvo_UpdateBuffer(), 0);
@@ -320,7 +334,8 @@ TEST_F(GalvoUpdate, BackAndForthOnASingleNodeKeepsNodeAndSamples)
     ZVK_Galvo_SetMoveType(0, 0, 0, ZVK_MOVE_BACK_AND_FORTH);
     const std::vector<double> before = AllSamples();
     const ZVK_GalvoNode *node = g_galvo[0].trajectory[0];
-    for (int i = 0; i < 3; ++i) ASSERT_EQ(ZVK_Galvo_UpdateBuffer(), 0);
+    for (int i = 0; i < 3; ++i)
+        ASSERT_EQ(ZVK_Galvo_UpdateBuffer(), 0);
     EXPECT_EQ(AllSamples(), before);
     EXPECT_EQ(g_galvo[0].trajectory[0], node);
     EXPECT_EQ(g_galvo[0].direction[0], 1) << "a node that is both ends runs forward";
@@ -346,7 +361,8 @@ TEST_F(GalvoUpdate, BackAndForthTurnsAtBothEndsForEver)
     }
     // Head, three points; it advances before it writes, so the head comes only on the way back.
     const double up[] = {1, 2, 3, 2, 1, 0};
-    for (size_t s = 0; s < played.size(); ++s) EXPECT_NEAR(played[s], up[s % 6] * 0.0025 / 3, 1e-12) << s;
+    for (size_t s = 0; s < played.size(); ++s)
+        EXPECT_NEAR(played[s], up[s % 6] * 0.0025 / 3, 1e-12) << s;
 }
 
 TEST_F(GalvoUpdate, AnOnceRunWritesBeforeItAdvances)
@@ -377,10 +393,12 @@ TEST_F(GalvoUpdate, DwellZeroAndOneAreOneSampleEach)
         double y[2] = {0.0, 0.0};
         double resulting = 0;
         ASSERT_EQ(ZVK_Galvo_SetTrajectory(0, 0, 0, 2, x, y, &resulting, 1), 0);
-        for (int i = 0; i < 7; ++i) g_galvo[0].lists[0][i].dwell = dwell;
+        for (int i = 0; i < 7; ++i)
+            g_galvo[0].lists[0][i].dwell = dwell;
         ZVK_Galvo_SetMoveType(0, 0, 0, ZVK_MOVE_ONCE);
         ZVK_Galvo_UpdateBuffer();
-        for (int s = 0; s < 4; ++s) EXPECT_NEAR(Channel(0)[s], s * 0.0050 / 6, 1e-12) << dwell;
+        for (int s = 0; s < 4; ++s)
+            EXPECT_NEAR(Channel(0)[s], s * 0.0050 / 6, 1e-12) << dwell;
     }
 }
 
@@ -389,7 +407,8 @@ TEST_F(GalvoUpdate, MoreWaypointsThanSamplesGetNoneAndHarmNothing)
     PrepareOutput(3);
     Configure(0, 5);
     Configure(1, 1);
-    for (int32_t wp = 0; wp < 5; ++wp) ZVK_Galvo_SetMoveType(0, 0, wp, 1 + wp % 3);
+    for (int32_t wp = 0; wp < 5; ++wp)
+        ZVK_Galvo_SetMoveType(0, 0, wp, 1 + wp % 3);
     EXPECT_EQ(Channel(0), std::vector<double>(3, 0.0));
     EXPECT_EQ(ZVK_Galvo_UpdateBuffer(), 0);
     EXPECT_EQ(Channel(0), std::vector<double>(3, 0.0));
@@ -411,8 +430,10 @@ TEST_F(GalvoUpdate, ASecondThreadsRebuildMeetsARunningUpdateWith609)
     EXPECT_EQ(ZVK_Galvo_AddWaypoint(0, 0, &wp, 0, 0), ZVK_GALVO_BUFFER_IN_USE);
     EXPECT_EQ(ZVK_Galvo_SetPosition(0, 0, 0, 0, 0), ZVK_GALVO_BUFFER_IN_USE);
     EXPECT_EQ(ZVK_Galvo_SetPositionAll(0, 0, 1, array, array), ZVK_GALVO_BUFFER_IN_USE);
-    EXPECT_EQ(ZVK_Galvo_BufferConfigure(0, 0, 1, &position, &position, &speed, &mode), ZVK_GALVO_BUFFER_IN_USE);
-    EXPECT_EQ(ZVK_Galvo_SetTrajectory(0, 0, 0, 2, line, line, &resulting, 1), ZVK_GALVO_BUFFER_IN_USE);
+    EXPECT_EQ(ZVK_Galvo_BufferConfigure(0, 0, 1, &position, &position, &speed, &mode),
+              ZVK_GALVO_BUFFER_IN_USE);
+    EXPECT_EQ(ZVK_Galvo_SetTrajectory(0, 0, 0, 2, line, line, &resulting, 1),
+              ZVK_GALVO_BUFFER_IN_USE);
     EXPECT_EQ(ZVK_Galvo_WriteBuffer(0), ZVK_GALVO_NOT_READY);
     EXPECT_EQ(g_galvoDaq.dataReady, 1) << "a call that gives way changes nothing";
     g_galvoDaq.updating = 0;

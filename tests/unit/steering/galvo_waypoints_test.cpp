@@ -63,7 +63,8 @@ TEST_F(GalvoWaypoints, ManyWaypointsGrowWithoutABound)
 {
     PrepareOutput(100);
     int32_t wp = 0;
-    for (int i = 0; i < 500; ++i) ASSERT_EQ(ZVK_Galvo_AddWaypoint(0, 0, &wp, i * 0.001, 0), 0);
+    for (int i = 0; i < 500; ++i)
+        ASSERT_EQ(ZVK_Galvo_AddWaypoint(0, 0, &wp, i * 0.001, 0), 0);
     EXPECT_EQ(wp, 500);
     EXPECT_EQ(g_galvo[0].posX[499], 0.499);
 }
@@ -149,8 +150,8 @@ TEST_F(GalvoWaypoints, AJumpOutsideTheLimitsStoresTheLimitAndAnswers611)
     {
         double x, y, atX, atY;
         int32_t status;
-    } rows[] = {{11, 0, 10, 0, 611}, {-11, 0, -10, 0, 611}, {0, 11, 0, 10, 611}, {0, -11, 0, -10, 611},
-                {12, -12, 10, -10, 611}, {10, -10, 10, -10, 0}};
+    } rows[] = {{11, 0, 10, 0, 611},   {-11, 0, -10, 0, 611},   {0, 11, 0, 10, 611},
+                {0, -11, 0, -10, 611}, {12, -12, 10, -10, 611}, {10, -10, 10, -10, 0}};
     for (const auto &row : rows) {
         EXPECT_EQ(ZVK_Galvo_SetPosition(0, 0, 0, row.x, row.y), row.status);
         double x = 0;
@@ -288,7 +289,8 @@ TEST_F(GalvoWaypoints, AMoveAnswersZeroAlsoBeyondLimitsAndSpeed)
     double y = 0;
     ZVK_Galvo_GetPositionTarget(0, 0, 0, &x, &y);
     EXPECT_EQ(x, 30.0);
-    EXPECT_EQ(ZVK_Galvo_SetPositionTarget(0, 0, 0, 1.0, 2.0), 0) << "no way to go: the speed warning is dropped";
+    EXPECT_EQ(ZVK_Galvo_SetPositionTarget(0, 0, 0, 1.0, 2.0), 0)
+        << "no way to go: the speed warning is dropped";
 }
 
 TEST_F(GalvoWaypoints, AMoveChecksPathThenInit)
