@@ -1,0 +1,75 @@
+#include "card_fixture.h"
+
+#include <cmath>
+
+constexpr int32_t kVolts = 10348;
+constexpr int32_t kRising = 10280;
+constexpr int32_t kContinuous = 10123;
+constexpr int32_t kAttributeRegeneration = 0x1453;
+constexpr int32_t kNoRegeneration = 10158;
+
+ZVC_Task MakeStream(const StreamSettings &settings)
+{
+    ZVC_Task task = nullptr;
+    EXPECT_EQ(DAQmxCreateTask("", &task), 0);
+    EXPECT_EQ(DAQmxCreateAOVoltageChan(task, settings.channels, "", -10.0, 10.0, kVolts, ""), 0);
+    EXPECT_EQ(
+        DAQmxCfgSampClkTiming(task, "", settings.rate, kRising, kContinuous, settings.samples), 0);
+    if (!settings.regenerates) {
+        EXPECT_EQ(DAQmxSetWriteAttribute(task, kAttributeRegeneration, kNoRegeneration), 0);
+    }
+    return task;
+}
+
+int32_t WriteSteps(ZVC_Task task, int32_t count, int32_t from, double timeoutS)
+{
+    const int32_t channels = InfoOf(task).channelCount;
+    std::vector<double> samples;
+    for (int32_t channel = 0; channel < channels; ++channel)
+        for (int32_t i = 0; i < count; ++i)
+            samples.push_back((from + i + 1000 * channel) * 1e-3);
+    return DAQmxWriteAnalogF64(task, count, 0, timeoutS, 0, samples.data(), nullptr, nullptr);
+}
+
+std::vector<int> WrittenMillivolts(const char *channel)
+{
+    std::vector<double> volts(ZVC_CountWritten(channel));
+    volts.resize(ZVC_CopyWritten(channel, 0, volts.size(), volts.data()));
+    std::vector<int> millivolts;
+    millivolts.reserve(volts.size());
+    for (const double value : volts)
+        millivolts.push_back(static_cast<int>(std::lround(value * 1000.0)));
+    return millivolts;
+}
+
+std::string LastFailure()
+{
+    char text[4096] = "";
+    (void)DAQmxGetExtendedErrorInfo(text, sizeof text);
+    return text;
+}
+
+std::string LogLine(int64_t index)
+{
+    char text[1024] = "";
+    const uint64_t place =
+        index < 0 ? ZVC_CountLog() + static_cast<uint64_t>(index) : static_cast<uint64_t>(index);
+    (void)ZVC_GetLog(place, text, sizeof text);
+    return text;
+}
+
+std::vector<std::string> WholeLog()
+{
+    std::vector<std::string> lines;
+    for (uint64_t i = 0; i < ZVC_CountLog(); ++i)
+        lines.push_back(LogLine(static_cast<int64_t>(i)));
+    return lines;
+}
+
+ZVC_TaskInfo InfoOf(ZVC_Task task)
+{
+    ZVC_TaskInfo info = {};
+    for (int32_t i = 0; i < ZVC_CountTasks(); ++i)
+        if (ZVC_GetTask(i, &info) == ZVC_OK && info.handle == task) return info;
+    return {};
+}

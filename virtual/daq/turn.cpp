@@ -1,0 +1,21 @@
+// Turns of a task.
+
+#include "turn.h"
+
+#include "clock.h"
+#include "codes.h"
+
+int32_t TakeTurn(Guard &guard, const Task &task, Wait &wait)
+{
+    const Card &card = TheCard();
+    while (task.busy) {
+        if (task.cleared || task.stops != wait.stops) return kTaskAborted;
+        // In fast pace other tasks may carry time away; the turn comes all the same.
+        if (card.pace != ZVC_PACE_FAST && IsLate(card, wait)) return kTurnTooLate;
+        wait.due = nullptr;
+        wait.forTurn = true;
+        Pause(guard, wait);
+        wait.forTurn = false;
+    }
+    return 0;
+}
