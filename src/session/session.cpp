@@ -7,11 +7,30 @@
 #include <cstring>
 #include <iterator>
 
-static const ZVK_InitRow kInits[] = {{ZVK_Galvo_Init}};
+static int32_t InitTrapsOfPathA(SessionHandle vi, uint16_t idQuery, uint16_t resetInstr)
+{
+    return ZVK_Trap_Init(vi, idQuery, resetInstr, ZVK_PATH_A, "A_1");
+}
 
-static const ZVK_ShutdownRow kShutdowns[] = {{ZVK_Galvo_Shutdown}};
+static int32_t InitTrapsOfPathB(SessionHandle vi, uint16_t idQuery, uint16_t resetInstr)
+{
+    return ZVK_Trap_Init(vi, idQuery, resetInstr, ZVK_PATH_B, "B_1");
+}
 
-int32_t RunInits(const ZVK_InitRow *rows, size_t count, SessionHandle vi, uint16_t idQuery, uint16_t resetInstr)
+// Galvo has no row of its own: the first trap brings it up, and the traps' end takes it down.
+static const ZVK_InitRow kInits[] = {
+    {InitTrapsOfPathA},
+    {InitTrapsOfPathB},
+    {ZVK_CoordinateSystems_Init},
+};
+
+static const ZVK_ShutdownRow kShutdowns[] = {
+    {ZVK_Trap_Shutdown},
+    {ZVK_CoordinateSystems_Shutdown},
+};
+
+int32_t RunInits(const ZVK_InitRow *rows, size_t count, SessionHandle vi, uint16_t idQuery,
+                 uint16_t resetInstr)
 {
     for (size_t i = 0; i < count; ++i) {
         const int32_t status = rows[i].init(vi, idQuery, resetInstr);
