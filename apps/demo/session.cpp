@@ -243,10 +243,12 @@ static void SaveAndLoadObjective(Work &work, const std::string &folder)
 
 static void MoveTo(Work &work, const Trap &trap, double x, double y)
 {
-    (void)Done(work, Format("move \"%s\" at its speed", trap.label.c_str()),
-               ZVK_Trap_SetPosition(kSession, trap.path, trap.index, &x, &y, ZVK_UNIT_PIXEL, 1) |
-                   ZVK_Trap_MoveToSetPosition(kSession, trap.path, trap.index),
-               Format("to %+.3f, %+.3f V", x, y));
+    // The position goes in as pixels and comes back as volts.
+    int32_t status =
+        ZVK_Trap_SetPosition(kSession, trap.path, trap.index, &x, &y, ZVK_UNIT_PIXEL, 1);
+    if (status >= 0) status = ZVK_Trap_MoveToSetPosition(kSession, trap.path, trap.index);
+    Done(work, Format("move \"%s\" at its speed", trap.label.c_str()), status,
+         Format("to %+.3f, %+.3f V", x, y));
 }
 
 static void JumpInMicrometres(Work &work, const Trap &trap, double x, double y)
@@ -264,19 +266,20 @@ static void JumpInMicrometres(Work &work, const Trap &trap, double x, double y)
          Format("to %+.1f, %+.1f um = %+.3f, %+.3f V", lengths[0], lengths[1], x, y));
 }
 
-// A five-pointed star, once round.
+// A five-pointed star, once round, from where the trap is.
 static void RunStar(Work &work, const Trap &trap)
 {
     constexpr int kPoints = 6;
-    double centre[2] = {0, 0};
-    (void)ZVK_Trap_GetPosition(kSession, trap.path, trap.index, &centre[0], &centre[1],
+    constexpr double kRadius = 0.32;  // V
+    double start[2] = {0, 0};
+    (void)ZVK_Trap_GetPosition(kSession, trap.path, trap.index, &start[0], &start[1],
                                ZVK_UNIT_VOLT);
     double x[kPoints];
     double y[kPoints];
     for (int i = 0; i < kPoints; ++i) {
-        const double angle = 2.0 * i * 2.0 * M_PI / 5.0 - M_PI / 2.0;
-        x[i] = centre[0] + 0.55 * std::cos(angle);
-        y[i] = centre[1] + 0.55 * std::sin(angle);
+        const double angle = 2.0 * i * 2.0 * M_PI / 5.0;
+        x[i] = start[0] + kRadius * (std::cos(angle) - 1.0);
+        y[i] = start[1] + kRadius * std::sin(angle);
     }
     double speed = 0;
     double frequency = 0;
@@ -330,7 +333,6 @@ static void PrintWarnings()
 
 SessionResult WorkSession(const std::string &title, const std::string &folder)
 {
-    // Moves last about as long in both sessions: a simulated block of 0.1 s takes a tick of 0.5 s.
     Work work;
     PrintTitle(title);
     char driver[256] = "";
@@ -340,9 +342,7 @@ SessionResult WorkSession(const std::string &title, const std::string &folder)
               Format("revision %s", driver)))
         return work.result;
 
-    int32_t galvo = 0;
-    (void)ZVK_Galvo_GetInitStatus(kSession, ZVK_PATH_A, &galvo);
-    const double speed = 4.0;
+    const double speed = 8.0;  // V/s
     HoldTraps(work, speed);
     TraceLimits(work);
     Look(work);
@@ -353,7 +353,7 @@ SessionResult WorkSession(const std::string &title, const std::string &folder)
     MoveTo(work, work.traps[2], 420, 130);
     MoveTo(work, work.traps[4], 330, 470);
     RunStar(work, work.traps[3]);
-    WatchUntilAllStand(work, "watch until every trap stands", 2.0, true);
+    WatchUntilAllStand(work, "watch until every trap stands", 0.5, true);
     ListTraps(work);
 
     SaveAndLoadObjective(work, folder);

@@ -1,5 +1,5 @@
-// The mirrors' output against the virtual card, through the exported calls alone. Card time moves only
-// when the test says so, but where a call has to wait for the card.
+// The mirrors' output against the virtual card, through the exported calls alone. Card time moves
+// only when the test says so, but where a call has to wait for the card.
 
 #include "instrument_folder.h"
 
@@ -14,10 +14,11 @@
 constexpr int32_t kSamples = 100;  // a channel, and between two events
 constexpr SessionHandle kVi = 640;
 
-static const char kConfig[] = "[GALVO 0]\r\nOFFSETX=0.5\r\nOFFSETY=-0.5\r\nMAXX=5\r\nMINX=-5\r\nMAXY=4\r\nMINY=-4\r\n"
-                              "[GALVO 1]\r\nOFFSETX=0.25\r\nOFFSETY=-0.25\r\nMAXX=3\r\nMINX=-3\r\nMAXY=2\r\nMINY=-2\r\n"
-                              "[MAINDAQ]\r\nBACKEND=1\r\nCLOCKRATE=10000\r\nSAMPLESPERCHAN=100\r\nEVERYNSAMPLES=100\r\n"
-                              "TRIGGER=0\r\nSIMULATE=0\r\nDAQNAME=\"Dev1\"\r\n";
+static const char kConfig[] =
+    "[GALVO 0]\r\nOFFSETX=0.5\r\nOFFSETY=-0.5\r\nMAXX=5\r\nMINX=-5\r\nMAXY=4\r\nMINY=-4\r\n"
+    "[GALVO 1]\r\nOFFSETX=0.25\r\nOFFSETY=-0.25\r\nMAXX=3\r\nMINX=-3\r\nMAXY=2\r\nMINY=-2\r\n"
+    "[MAINDAQ]\r\nBACKEND=1\r\nCLOCKRATE=10000\r\nSAMPLESPERCHAN=100\r\nEVERYNSAMPLES=100\r\n"
+    "TRIGGER=0\r\nSIMULATE=0\r\nDAQNAME=\"Dev1\"\r\n";
 
 class GalvoOnTheCard : public ::testing::Test
 {
@@ -47,7 +48,8 @@ protected:
     {
         std::vector<double> block(kSamples);
         const uint64_t written = ZVC_CountWritten(channel);
-        EXPECT_EQ(ZVC_CopyWritten(channel, written - kSamples, kSamples, block.data()), block.size());
+        EXPECT_EQ(ZVC_CopyWritten(channel, written - kSamples, kSamples, block.data()),
+                  block.size());
         return block;
     }
 
@@ -76,7 +78,8 @@ TEST_F(GalvoOnTheCard, InitRunsOneContinuousTaskOverFourOutputs)
     EXPECT_EQ(task.eventType, 2);
     EXPECT_EQ(task.eventInterval, 100U);
     EXPECT_STREQ(task.clockSource, "");
-    EXPECT_EQ(LastBlock("Dev1/ao0"), std::vector<double>(kSamples, 0.0)) << "0 V until slots are rebuilt";
+    EXPECT_EQ(LastBlock("Dev1/ao0"), std::vector<double>(kSamples, 0.0))
+        << "0 V until slots are rebuilt";
 }
 
 TEST_F(GalvoOnTheCard, AMoveReachesTheMirrorBlockByBlock)
@@ -197,11 +200,13 @@ TEST_F(GalvoOnTheCard, EachRefusedCallOfTheStartHasItsStatusAndTheNextStartWorks
         ZVC_FailCall(row.call, row.nth, -200452);
         EXPECT_EQ(ZVK_Galvo_DaqInit(kVi, 0), row.status) << row.call;
         EXPECT_EQ(ZVC_CountFaults(), 0);
-        EXPECT_EQ(Log().find("-200452") != std::string::npos, row.logged) << row.call << ": " << Log();
+        EXPECT_EQ(Log().find("-200452") != std::string::npos, row.logged)
+            << row.call << ": " << Log();
         EXPECT_EQ(ZVK_Galvo_DaqInit(kVi, 0), 0) << "after " << row.call;
         EXPECT_EQ(ZVC_CountTasks(), 1) << "after " << row.call;
         EXPECT_EQ(ZVK_Galvo_DaqClkUpdate(kVi, 0), 0);
-        // Stopping takes a second of settling: the task is taken down by the next round's shutdown alone.
+        // Stopping takes a second of settling: the task is taken down by the next round's shutdown
+        // alone.
         ZVC_FailCall("DAQmxCreateTask", 1, -1);
         EXPECT_EQ(ZVK_Galvo_DaqClkUpdate(kVi, 0), 0);
         EXPECT_EQ(ZVC_CountTasks(), 0);
