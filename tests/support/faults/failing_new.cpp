@@ -47,7 +47,18 @@ void *operator new(size_t bytes, std::align_val_t alignment)
     return Counted(std::aligned_alloc(step, rounded > 0 ? rounded : step));
 }
 
+void *operator new(size_t bytes, const std::nothrow_t &) noexcept
+{
+    if (MustFail()) return nullptr;
+    return Counted(std::malloc(bytes > 0 ? bytes : 1));
+}
+
 void operator delete(void *block) noexcept
+{
+    ReleaseCounted(block);
+}
+
+void operator delete(void *block, const std::nothrow_t &) noexcept
 {
     ReleaseCounted(block);
 }
