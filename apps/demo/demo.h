@@ -13,11 +13,14 @@ struct Point
     double y = 0.0;
 };
 
-// One trap as it was seen: where it was at each look, in pixels.
+// One trap: the way it was sent, and where it was at each look, in pixels.
 struct Track
 {
     int32_t path = 0;
     std::string label;
+    std::string motion;          // what it did, in a few words
+    std::vector<Point> planned;  // the way it was sent; empty when it stood
+    bool jumped = false;         // at once, not along the way
     std::vector<Point> seen;
 };
 

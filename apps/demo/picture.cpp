@@ -181,40 +181,51 @@ static void DrawOutline(cairo_t *c, const std::vector<Point> &points, const Scal
     cairo_close_path(c);
 }
 
-static void DrawTrack(cairo_t *c, const Track &track, size_t slot, const Scale &px, const Scale &py)
+// White behind a text that stands on lines.
+static void TextWithHalo(cairo_t *c, double x, double y, double size, Colour colour,
+                         const std::string &text)
+{
+    cairo_select_font_face(c, "DejaVu Sans", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_BOLD);
+    cairo_set_font_size(c, size);
+    cairo_move_to(c, x, y);
+    cairo_text_path(c, text.c_str());
+    Use(c, {1, 1, 1}, 0.9);
+    cairo_set_line_width(c, 5);
+    cairo_stroke(c);
+    Text(c, x, y, size, colour, text, Align::Left, true);
+}
+
+static void DrawTrack(cairo_t *c, const Track &track, Colour colour, const Scale &px,
+                      const Scale &py)
 {
     if (track.seen.empty()) return;
-    const Colour colour = ColourOf(track.path, slot);
     Use(c, colour, 0.85);
     cairo_set_line_width(c, 2);
     cairo_set_line_join(c, CAIRO_LINE_JOIN_ROUND);
-    for (size_t i = 0; i < track.seen.size(); ++i) {
-        const double x = px.At(track.seen[i].x);
-        const double y = py.At(track.seen[i].y);
+    const double dashes[] = {2, 6};
+    if (track.jumped) cairo_set_dash(c, dashes, 2, 0);
+    for (size_t i = 0; i < track.planned.size(); ++i) {
+        const double x = px.At(track.planned[i].x);
+        const double y = py.At(track.planned[i].y);
         if (i == 0)
             cairo_move_to(c, x, y);
         else
             cairo_line_to(c, x, y);
     }
     cairo_stroke(c);
+    cairo_set_dash(c, nullptr, 0, 0);
     for (const Point &p : track.seen) {
-        Use(c, colour, 0.9);
-        cairo_arc(c, px.At(p.x), py.At(p.y), 2.4, 0, 2 * M_PI);
+        cairo_arc(c, px.At(p.x), py.At(p.y), 4, 0, 2 * M_PI);
         cairo_fill(c);
     }
-    const Point &first = track.seen.front();
     const Point &last = track.seen.back();
-    cairo_set_line_width(c, 1.6);
-    cairo_arc(c, px.At(first.x), py.At(first.y), 6, 0, 2 * M_PI);
-    Use(c, colour);
-    cairo_stroke(c);
-    cairo_arc(c, px.At(last.x), py.At(last.y), 10, 0, 2 * M_PI);
+    cairo_arc(c, px.At(last.x), py.At(last.y), 9, 0, 2 * M_PI);
     Use(c, {1, 1, 1});
     cairo_fill_preserve(c);
     Use(c, colour);
     cairo_set_line_width(c, 3);
     cairo_stroke(c);
-    Text(c, px.At(last.x) + 15, py.At(last.y) - 9, 13, colour, track.label, Align::Left, true);
+    TextWithHalo(c, px.At(last.x) + 14, py.At(last.y) - 10, 13, colour, track.label);
 }
 
 static void DrawScaleBar(cairo_t *c, const SessionResult &session, const Scale &px, double x,
@@ -227,11 +238,55 @@ static void DrawScaleBar(cairo_t *c, const SessionResult &session, const Scale &
     Text(c, x + length / 2, y - 8, 12, kInk, "10 \302\265m", Align::Centre);
 }
 
+// The trap's slot in its path's block, so that both halves of the picture have its colour.
+static size_t SlotOf(const SessionResult &session, const Track &track)
+{
+    const auto &labels = session.block.labels[track.path];
+    const auto found = std::find(labels.begin(), labels.end(), track.label);
+    return found == labels.end() ? 0 : static_cast<size_t>(found - labels.begin());
+}
+
+// What the lines are, and what each trap did.
+static void DrawLegend(cairo_t *c, const Box &box, const SessionResult &session)
+{
+    double x = box.x;
+    const double dashes[] = {9, 5};
+    Use(c, kInk, 0.65);
+    cairo_set_dash(c, dashes, 2, 0);
+    Line(c, x, box.y - 4, x + 34, box.y - 4, 1.5);
+    cairo_set_dash(c, nullptr, 0, 0);
+    Text(c, x + 42, box.y, 12.5, kInk, "calibrated field");
+    for (int32_t path : {0, 1}) {
+        x += path == 0 ? 190 : 170;
+        Use(c, ColourOf(path, 0));
+        Line(c, x, box.y - 4, x + 34, box.y - 4, 1.5);
+        Text(c, x + 42, box.y, 12.5, kInk, Format("mirror limits %c", path == 0 ? 'A' : 'B'));
+    }
+    double y = box.y + 34;
+    for (const Track &track : session.tracks) {
+        if (track.seen.empty()) continue;
+        const Colour colour = ColourOf(track.path, SlotOf(session, track));
+        const Point &first = track.seen.front();
+        const Point &last = track.seen.back();
+        Use(c, colour);
+        cairo_arc(c, box.x + 7, y - 4, 6, 0, 2 * M_PI);
+        cairo_set_line_width(c, 2.5);
+        cairo_stroke(c);
+        Text(c, box.x + 24, y, 12.5, colour, track.label, Align::Left, true);
+        Text(c, box.x + 120, y, 12.5, kInk, Format("path %c", track.path == 0 ? 'A' : 'B'));
+        Text(c, box.x + 190, y, 12.5, kInk, track.motion);
+        Text(c, box.x + 400, y, 12.5, kSoft,
+             Format("%.0f, %.0f  to  %.0f, %.0f px", first.x, first.y, last.x, last.y));
+        y += 26;
+    }
+}
+
 static void DrawPaths(cairo_t *c, const Box &panel, const SessionResult &session)
 {
     Text(c, panel.x, panel.y, 19, kInk, "Where the traps went", Align::Left, true);
-    Text(c, panel.x, panel.y + 21, 12.5, kSoft,
-         "camera pixels; small ring: start, large ring: now, dots: each look");
+    Text(
+        c, panel.x, panel.y + 21, 12.5, kSoft,
+        "camera pixels; lines: the way each was sent, dots: where it was seen, rings: where it is");
     const double top = panel.y + 42;
     const double side = panel.width - 44;
     const double height = side * 0.75;
@@ -259,26 +314,16 @@ static void DrawPaths(cairo_t *c, const Box &panel, const SessionResult &session
                     py.At(f[3]) - py.At(f[2]));
     cairo_stroke(c);
     cairo_set_dash(c, nullptr, 0, 0);
-    Text(c, px.At(f[0]) + 8, py.At(f[2]) + 16, 12, kInk, "calibrated field");
     for (int32_t path : {0, 1}) {
         DrawOutline(c, session.limits[path], px, py);
         Use(c, ColourOf(path, 0), 0.9);
         cairo_set_line_width(c, 1.5);
         cairo_stroke(c);
-        if (session.limits[path].empty()) continue;
-        Text(c, px.At(f[0]) + 30, py.At(session.limits[path].front().y) + (path == 0 ? 22 : 40), 12,
-             ColourOf(path, 0), Format("mirror limits %c", path == 0 ? 'A' : 'B'));
     }
-    size_t slots[2] = {0, 0};
-    for (const Track &track : session.tracks) {
-        // The slot's colour, so that both halves of the picture agree.
-        const auto &labels = session.block.labels[track.path];
-        const auto found = std::find(labels.begin(), labels.end(), track.label);
-        const size_t slot = found != labels.end() ? static_cast<size_t>(found - labels.begin())
-                                                  : slots[track.path]++;
-        DrawTrack(c, track, slot, px, py);
-    }
+    for (const Track &track : session.tracks)
+        DrawTrack(c, track, ColourOf(track.path, SlotOf(session, track)), px, py);
     DrawScaleBar(c, session, px, box.x + box.width - 150, box.y + box.height - 18);
+    DrawLegend(c, {box.x, box.y + box.height + 52, box.width, 0}, session);
 }
 
 bool DrawPicture(const SessionResult &session, const std::string &file)

@@ -59,6 +59,20 @@ static bool Done(Work &work, const std::string &what, int32_t status, const std:
 
 static char PathName(int32_t path) { return path == ZVK_PATH_A ? 'A' : 'B'; }
 
+static Track &TrackOf(Work &work, int32_t path, const std::string &label)
+{
+    auto &tracks = work.result.tracks;
+    auto track = std::find_if(tracks.begin(), tracks.end(),
+                              [&](const Track &t) { return t.path == path && t.label == label; });
+    if (track == tracks.end()) {
+        track = tracks.insert(track, Track{});
+        track->path = path;
+        track->label = label;
+        track->motion = "stood";
+    }
+    return *track;
+}
+
 // Where every trap is now, in pixels.
 static void Look(Work &work)
 {
@@ -73,15 +87,36 @@ static void Look(Work &work)
             labels[i] = room[i];
         if (ZVK_Trap_GetArray(kSession, path, x, y, nullptr, labels, ZVK_UNIT_PIXEL) < 0) continue;
         for (int32_t i = 0; i < count; ++i) {
-            auto &tracks = work.result.tracks;
-            auto track = std::find_if(tracks.begin(), tracks.end(), [&](const Track &t) {
-                return t.path == path && t.label == labels[i];
-            });
-            if (track == tracks.end()) track = tracks.insert(track, Track{path, labels[i], {}});
-            if (track->seen.empty() || track->seen.back().x != x[i] || track->seen.back().y != y[i])
-                track->seen.push_back({x[i], y[i]});
+            std::vector<Point> &seen = TrackOf(work, path, labels[i]).seen;
+            if (seen.empty() || seen.back().x != x[i] || seen.back().y != y[i])
+                seen.push_back({x[i], y[i]});
         }
     }
+}
+
+// The way along straight lines between points in volts, in pixels: the field bends it a little.
+static void Plan(Work &work, const Trap &trap, const std::vector<Point> &volts, const char *motion)
+{
+    constexpr int kPointsPerLine = 16;
+    Track &track = TrackOf(work, trap.path, trap.label);
+    track.motion = motion;
+    for (size_t i = 1; i < volts.size(); ++i) {
+        for (int k = i == 1 ? 0 : 1; k <= kPointsPerLine; ++k) {
+            const double t = static_cast<double>(k) / kPointsPerLine;
+            Point p = {volts[i - 1].x + t * (volts[i].x - volts[i - 1].x),
+                       volts[i - 1].y + t * (volts[i].y - volts[i - 1].y)};
+            (void)ZVK_CoordinateSystems_Convert(kSession, trap.path, &p.x, &p.y,
+                                                ZVK_TRAFODIR_VOLT_TO_PIXEL);
+            track.planned.push_back(p);
+        }
+    }
+}
+
+static Point VoltsOf(const Trap &trap)
+{
+    Point p;
+    (void)ZVK_Trap_GetPosition(kSession, trap.path, trap.index, &p.x, &p.y, ZVK_UNIT_VOLT);
+    return p;
 }
 
 // Traps are known by the second in which they were made: two of one path need two seconds.
@@ -244,11 +279,13 @@ static void SaveAndLoadObjective(Work &work, const std::string &folder)
 static void MoveTo(Work &work, const Trap &trap, double x, double y)
 {
     // The position goes in as pixels and comes back as volts.
+    const Point start = VoltsOf(trap);
     int32_t status =
         ZVK_Trap_SetPosition(kSession, trap.path, trap.index, &x, &y, ZVK_UNIT_PIXEL, 1);
     if (status >= 0) status = ZVK_Trap_MoveToSetPosition(kSession, trap.path, trap.index);
     Done(work, Format("move \"%s\" at its speed", trap.label.c_str()), status,
          Format("to %+.3f, %+.3f V", x, y));
+    Plan(work, trap, {start, {x, y}}, "moved at its speed");
 }
 
 static void JumpInMicrometres(Work &work, const Trap &trap, double x, double y)
@@ -259,27 +296,30 @@ static void JumpInMicrometres(Work &work, const Trap &trap, double x, double y)
     PrintStep("add in micrometres is refused",
               Format("status %d; set a position instead", refused));
     const double lengths[2] = {x, y};
+    const Point start = VoltsOf(trap);
     int32_t status =
         ZVK_Trap_SetPosition(kSession, trap.path, trap.index, &x, &y, ZVK_UNIT_MICROMETER, 1);
     if (status >= 0) status = ZVK_Trap_GotoSetPosition(kSession, trap.path, trap.index);
     Done(work, Format("jump \"%s\" in micrometres", trap.label.c_str()), status,
          Format("to %+.1f, %+.1f um = %+.3f, %+.3f V", lengths[0], lengths[1], x, y));
+    Plan(work, trap, {start, {x, y}}, "jumped, in micrometres");
+    TrackOf(work, trap.path, trap.label).jumped = true;
 }
 
 // A five-pointed star, once round, from where the trap is.
 static void RunStar(Work &work, const Trap &trap)
 {
     constexpr int kPoints = 6;
-    constexpr double kRadius = 0.32;  // V
-    double start[2] = {0, 0};
-    (void)ZVK_Trap_GetPosition(kSession, trap.path, trap.index, &start[0], &start[1],
-                               ZVK_UNIT_VOLT);
+    constexpr double kRadius = 0.5;  // V
+    const Point start = VoltsOf(trap);
     double x[kPoints];
     double y[kPoints];
+    std::vector<Point> corners;
     for (int i = 0; i < kPoints; ++i) {
         const double angle = 2.0 * i * 2.0 * M_PI / 5.0;
-        x[i] = start[0] + kRadius * (std::cos(angle) - 1.0);
-        y[i] = start[1] + kRadius * std::sin(angle);
+        x[i] = start.x + kRadius * (std::cos(angle) - 1.0);
+        y[i] = start.y + kRadius * std::sin(angle);
+        corners.push_back({x[i], y[i]});
     }
     double speed = 0;
     double frequency = 0;
@@ -290,6 +330,7 @@ static void RunStar(Work &work, const Trap &trap)
     }
     Done(work, Format("run a star with \"%s\"", trap.label.c_str()), status,
          Format("%d points at %.2f V/s", kPoints, speed));
+    Plan(work, trap, corners, "ran a trajectory, once");
 }
 
 static void NameTheFirst(Work &work, int32_t path, const char *name)
@@ -342,7 +383,7 @@ SessionResult WorkSession(const std::string &title, const std::string &folder)
               Format("revision %s", driver)))
         return work.result;
 
-    const double speed = 8.0;  // V/s
+    const double speed = 10.0;  // V/s
     HoldTraps(work, speed);
     TraceLimits(work);
     Look(work);
