@@ -1,6 +1,6 @@
 # Compiler settings and the switches of the presets.
 
-option(QUORVEX_BUILD_APPS "Build the programs in apps/ and examples/" OFF)
+option(QUORVEX_BUILD_APPS "Build the programs in apps/ and examples/" ON)
 option(QUORVEX_BUILD_TESTS "Build the tests" ON)
 option(QUORVEX_BUILD_BENCH "Build the benchmarks" OFF)
 set(QUORVEX_SANITIZE "" CACHE STRING "Sanitizers, such as address,undefined or thread")

@@ -66,6 +66,7 @@ static void Text(cairo_t *c, double x, double y, double size, Colour colour,
     Use(c, colour);
     cairo_move_to(c, x, y);
     cairo_show_text(c, text.c_str());
+    cairo_new_path(c);  // the text leaves a point from which the next arc would draw a line
 }
 
 static void Line(cairo_t *c, double x0, double y0, double x1, double y1, double width)

@@ -372,6 +372,14 @@ static void PrintWarnings()
         PrintStep(Format("  %d", codes[i]), StatusText(codes[i]));
 }
 
+// Path A first, each path in the order of its slots.
+static size_t OrderOf(const Work &work, const Track &track)
+{
+    const auto &labels = work.result.block.labels[track.path];
+    const auto slot = std::find(labels.begin(), labels.end(), track.label) - labels.begin();
+    return static_cast<size_t>(track.path) * kMostTraps + static_cast<size_t>(slot);
+}
+
 SessionResult WorkSession(const std::string &title, const std::string &folder)
 {
     Work work;
@@ -399,6 +407,8 @@ SessionResult WorkSession(const std::string &title, const std::string &folder)
 
     SaveAndLoadObjective(work, folder);
     PrintWarnings();
+    std::sort(work.result.tracks.begin(), work.result.tracks.end(),
+              [&](const Track &a, const Track &b) { return OrderOf(work, a) < OrderOf(work, b); });
     Done(work, "close", ZVK_close(kSession), "the output has stopped");
     return work.result;
 }
