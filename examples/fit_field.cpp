@@ -17,8 +17,9 @@ int main()
 
     // Mirror voltages over the field, and the pixels at which the spot was seen.
     std::vector<double> voltsX, voltsY, pixelsX, pixelsY;
-    for (double x = -2.5; x <= 2.5; x += 0.5) {
-        for (double y = -2.0; y <= 2.0; y += 0.5) {
+    for (int column = 0; column <= 10; ++column) {
+        for (int row = 0; row <= 8; ++row) {
+            const double x = -2.5 + 0.5 * column, y = -2.0 + 0.5 * row;
             double px = x, py = y;
             ZVK_CoordinateSystems_Convert(vi, ZVK_PATH_A, &px, &py, ZVK_TRAFODIR_VOLT_TO_PIXEL);
             voltsX.push_back(x);

@@ -133,11 +133,12 @@ static bool AddLines(const std::string &device, const std::string &rest,
     const std::string lines =
         slash == std::string::npos ? "line0:" + std::to_string(kLines - 1) : rest.substr(slash + 1);
     const std::string port = "port" + std::to_string(ports[0]);
+    const std::string portKey = LowerCase(device + "/" + port);
     std::vector<uint32_t> numbers;
     if (!ReadRange(lines, "line", kLines, numbers)) return false;
     for (const uint32_t number : numbers) {
         channels.push_back(MakeChannel(device, port + "/line" + std::to_string(number)));
-        channels.back().portKey = LowerCase(device + "/" + port);
+        channels.back().portKey = portKey;
         channels.back().line = number;
     }
     return true;
