@@ -46,7 +46,8 @@ static testing::Environment *const s_place = testing::AddGlobalTestEnvironment(n
 
 static std::string MeetingFolder()
 {
-    return std::string(std::getenv(kFolderVariable)) + "/quorvex";
+    const char *runtime = std::getenv(kFolderVariable);
+    return std::string(runtime ? runtime : "") + "/quorvex";
 }
 
 static std::vector<std::string> Inboxes(const std::string &stem = "")
