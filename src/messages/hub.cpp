@@ -68,14 +68,14 @@ static bool WatchForksAndExit()
 Hub *TheHub() noexcept
 {
     static const bool watched = WatchForksAndExit();
-    (void)watched; // without it only a fork or the end of the process is less tidy
+    (void)watched;  // without it only a fork or the end of the process is less tidy
     Hub *hub = s_hub.load();
     if (hub) return hub;
     Hub *fresh = new (std::nothrow) Hub;
     if (!fresh) return nullptr;
     fresh->mark = NewProcessMark();
     if (s_hub.compare_exchange_strong(hub, fresh)) return fresh;
-    delete fresh; // another thread was first
+    delete fresh;  // another thread was first
     return hub;
 }
 
@@ -88,7 +88,7 @@ void Deliver(Hub &hub, const MessageRecord &record) noexcept
         try {
             listener.waiting.push_back({record.first, record.second});
         } catch (const std::bad_alloc &) {
-            continue; // dropped, as when the queue is full
+            continue;  // dropped, as when the queue is full
         }
         listener.changed.notify_one();
     }
@@ -138,7 +138,7 @@ bool OpenHubInbox(Hub &hub)
     if (hub.leaving || !OpenInboxSomewhere(hub, inbox)) return false;
     try {
         std::thread([&hub, socket = inbox.socket] { EmptyInbox(hub, socket); }).detach();
-    } catch (const std::exception &) { // no thread or no memory for one
+    } catch (const std::exception &) {  // no thread or no memory for one
         EndInbox(inbox);
         CloseSocket(inbox.socket);
         return false;

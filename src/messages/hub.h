@@ -32,27 +32,27 @@ struct Listener
 {
     uint32_t id = 0;
     uint32_t hash = 0;
-    ZVK_MessageCallback callback = nullptr; // null: ZVK_Messages_Wait fetches
+    ZVK_MessageCallback callback = nullptr;  // null: ZVK_Messages_Wait fetches
     void *callbackData = nullptr;
     std::deque<Numbers> waiting;
     bool ended = false;
-    bool calling = false;            // the callback runs now
-    std::thread::id thread;          // on which it runs
-    std::condition_variable changed; // waiting, ended or calling
+    bool calling = false;             // the callback runs now
+    std::thread::id thread;           // on which it runs
+    std::condition_variable changed;  // waiting, ended or calling
 };
 
 struct Hub
 {
-    std::mutex guard; // of all below
+    std::mutex guard;  // of all below
     std::map<uint32_t, MessageName> names;
     std::map<int32_t, std::shared_ptr<Listener>> listeners;
     int32_t lastListener = 0;
-    char folder[kInboxPathSize] = ""; // empty until found
-    Inbox inbox;                      // open while there are listeners
+    char folder[kInboxPathSize] = "";  // empty until found
+    Inbox inbox;                       // open while there are listeners
     int outbox = -1;
-    uint64_t mark = 0;         // this process, as posters are told apart
-    bool leaving = false;      // the process is ending
-    Hub *beforeFork = nullptr; // the parent's, whose threads don't exist here
+    uint64_t mark = 0;          // this process, as posters are told apart
+    bool leaving = false;       // the process is ending
+    Hub *beforeFork = nullptr;  // the parent's, whose threads don't exist here
 };
 
 // The hub of this process: made on first use, never destroyed, and made anew in a forked child.
@@ -61,8 +61,9 @@ Hub *TheHub() noexcept;
 
 // These want the hub's mutex locked.
 void Deliver(Hub &hub, const MessageRecord &record) noexcept;
-bool FindFolder(Hub &hub); // unless it is known; false when there is none; may throw std::bad_alloc
-bool OpenHubInbox(Hub &hub); // true when it is open; may throw std::bad_alloc
+bool FindFolder(
+    Hub &hub);  // unless it is known; false when there is none; may throw std::bad_alloc
+bool OpenHubInbox(Hub &hub);  // true when it is open; may throw std::bad_alloc
 void CloseUnusedInbox(Hub &hub) noexcept;
 
 #endif

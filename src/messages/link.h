@@ -13,27 +13,27 @@ struct MessageRecord
 {
     uint32_t magic;
     uint32_t id;
-    uint32_t hash;     // of the name, in whole: tells names apart that share an id
-    uint32_t reserved; // 0
-    uint64_t poster;   // a number of the posting process that no other has
+    uint32_t hash;      // of the name, in whole: tells names apart that share an id
+    uint32_t reserved;  // 0
+    uint64_t poster;    // a number of the posting process that no other has
     int64_t first;
     int64_t second;
 };
 
 constexpr uint32_t kMessageMagic = 0x5A564B31;
-constexpr size_t kInboxPathSize = 108; // what an address holds, terminator included
+constexpr size_t kInboxPathSize = 108;  // what an address holds, terminator included
 
 struct Inbox
 {
-    int socket = -1;                // -1: there is none
-    char path[kInboxPathSize] = ""; // of its entry in the folder
+    int socket = -1;                 // -1: there is none
+    char path[kInboxPathSize] = "";  // of its entry in the folder
 };
 
 enum Received
 {
     RECEIVED_RECORD,
-    RECEIVED_NOTHING, // the inbox has ended, or an empty message came
-    RECEIVED_ERROR    // nothing will ever come
+    RECEIVED_NOTHING,  // the inbox has ended, or an empty message came
+    RECEIVED_ERROR     // nothing will ever come
 };
 
 // The folder of the user's own, made if need be; empty when there is none that is safe. It is safe

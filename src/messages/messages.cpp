@@ -121,7 +121,7 @@ int32_t ZVK_Messages_Post(uint32_t id, int64_t first, int64_t second)
     // Without the lock: it may take a moment.
     if (SendToOthers(outbox, folder, own.path, record)) return ZVK_MESSAGES_OK;
     const Lock lock(hub->guard);
-    hub->folder[0] = '\0'; // taken away; the next call finds or makes it anew
+    hub->folder[0] = '\0';  // taken away; the next call finds or makes it anew
     return ZVK_MESSAGES_ONLY_THIS_PROCESS;
 }
 
@@ -144,7 +144,7 @@ int32_t ZVK_Messages_Listen(uint32_t id, ZVK_MessageCallback callback, void *cal
         const bool hearsOthers = OpenHubInbox(*hub);
         *listener = AddListener(*hub, added);
         return hearsOthers ? ZVK_MESSAGES_OK : ZVK_MESSAGES_ONLY_THIS_PROCESS;
-    } catch (const std::exception &) { // memory or threads
+    } catch (const std::exception &) {  // memory or threads
         CloseUnusedInbox(*hub);
         return ZVK_MESSAGES_NO_ROOM;
     }

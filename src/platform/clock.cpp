@@ -6,12 +6,6 @@
 
 static constinit TableSwitch<ZVK_ClockTable> s_clock;
 
-const ZVK_ClockTable &Clock()
-{
-    return s_clock.InUse(SystemClock);
-}
+const ZVK_ClockTable &Clock() { return s_clock.InUse(SystemClock); }
 
-void UseClock(const ZVK_ClockTable *table)
-{
-    s_clock.Use(table);
-}
+void UseClock(const ZVK_ClockTable *table) { s_clock.Use(table); }

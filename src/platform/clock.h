@@ -12,9 +12,9 @@ struct ZVK_LocalTime
     int hours;
     int minutes;
     int seconds;
-    int month; // 1 to 12
-    int day;   // 1 to 31
-    int year;  // in full
+    int month;  // 1 to 12
+    int day;    // 1 to 31
+    int year;   // in full
 };
 
 // timer gives seconds since its first call; unixSeconds the calendar time; delay waits; breathe is
@@ -33,7 +33,7 @@ struct ZVK_ClockTable
 #undef X
 };
 
-const ZVK_ClockTable &Clock();              // the table in use, every entry set
-void UseClock(const ZVK_ClockTable *table); // null: back to the real clock
+const ZVK_ClockTable &Clock();               // the table in use, every entry set
+void UseClock(const ZVK_ClockTable *table);  // null: back to the real clock
 
 #endif

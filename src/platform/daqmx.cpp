@@ -33,7 +33,7 @@ struct AbsentCall<int32_t(Arguments..., ...)>
 static int32_t TellReason(char *text, uint32_t size)
 {
     if (!text || size == 0) return ZVK_DAQ_ABSENT;
-    (void)std::snprintf(text, size, "%s", s_absenceReason.load()); // cut to the caller's buffer
+    (void)std::snprintf(text, size, "%s", s_absenceReason.load());  // cut to the caller's buffer
     return 0;
 }
 
@@ -61,16 +61,10 @@ static ZVK_DaqTable LoadOrStandIn()
 
 static const ZVK_DaqTable &LoadedDaq()
 {
-    static const ZVK_DaqTable table = LoadOrStandIn(); // once, whichever thread comes first
+    static const ZVK_DaqTable table = LoadOrStandIn();  // once, whichever thread comes first
     return table;
 }
 
-const ZVK_DaqTable &Daq()
-{
-    return s_daq.InUse(LoadedDaq);
-}
+const ZVK_DaqTable &Daq() { return s_daq.InUse(LoadedDaq); }
 
-void UseDaq(const ZVK_DaqTable *table)
-{
-    s_daq.Use(table);
-}
+void UseDaq(const ZVK_DaqTable *table) { s_daq.Use(table); }

@@ -36,10 +36,10 @@ enum : int32_t
     ZVK_DAQ_ONE_CHANNEL_FOR_ALL_LINES = 1,
     // attributes
     ZVK_DAQ_AO_TRANSFER_CONDITION = 0x183C,
-    ZVK_DAQ_AO_USB_REQUEST_SIZE = 0x2A8F, // bytes; only USB cards know it
+    ZVK_DAQ_AO_USB_REQUEST_SIZE = 0x2A8F,  // bytes; only USB cards know it
     ZVK_DAQ_WRITE_REGENERATION = 0x1453,
     ZVK_DAQ_WRITE_RELATIVE_TO = 0x190C,
-    ZVK_DAQ_SAMPLE_CLOCK_RATE = 0x1344, // a double
+    ZVK_DAQ_SAMPLE_CLOCK_RATE = 0x1344,  // a double
     ZVK_DAQ_START_TRIGGER_TYPE = 0x1393
 };
 
@@ -100,7 +100,7 @@ struct ZVK_DaqTable
 #undef X
 };
 
-const ZVK_DaqTable &Daq();              // the table in use, every entry set
-void UseDaq(const ZVK_DaqTable *table); // null: back to the loaded library
+const ZVK_DaqTable &Daq();               // the table in use, every entry set
+void UseDaq(const ZVK_DaqTable *table);  // null: back to the loaded library
 
 #endif

@@ -12,15 +12,9 @@ constexpr int64_t kWholeFileLimit = int64_t{256} << 20;
 
 static constinit TableSwitch<ZVK_FileTable> s_files;
 
-const ZVK_FileTable &Files()
-{
-    return s_files.InUse(SystemFiles);
-}
+const ZVK_FileTable &Files() { return s_files.InUse(SystemFiles); }
 
-void UseFiles(const ZVK_FileTable *table)
-{
-    s_files.Use(table);
-}
+void UseFiles(const ZVK_FileTable *table) { s_files.Use(table); }
 
 // Reads until `text` is full or the file ends, which it may do early when another process cuts it.
 static ZVK_WholeFile Fill(int file, std::string &text)
@@ -54,7 +48,7 @@ ZVK_WholeFile ReadWholeFile(const char *path, std::string &text) noexcept
     const int file = Files().open(path, ZVK_OPEN_READ);
     if (file < 0) return ZVK_WHOLE_FILE_ABSENT;
     const ZVK_WholeFile result = ReadOpenFile(file, text);
-    (void)Files().close(file); // nothing was written, so there is nothing to lose
+    (void)Files().close(file);  // nothing was written, so there is nothing to lose
     if (result != ZVK_WHOLE_FILE_READ) text.clear();
     return result;
 }

@@ -10,16 +10,16 @@
 
 enum ZVK_OpenMode
 {
-    ZVK_OPEN_READ = 0,     // must exist
-    ZVK_OPEN_NEW = 1,      // made anew or emptied
-    ZVK_OPEN_APPEND = 2,   // made if absent, written at its end
-    ZVK_OPEN_EXCLUSIVE = 3 // fails when it exists
+    ZVK_OPEN_READ = 0,      // must exist
+    ZVK_OPEN_NEW = 1,       // made anew or emptied
+    ZVK_OPEN_APPEND = 2,    // made if absent, written at its end
+    ZVK_OPEN_EXCLUSIVE = 3  // fails when it exists
 };
 
 enum ZVK_Access
 {
     ZVK_ACCESS_ABSENT = -1,
-    ZVK_ACCESS_READ_ONLY = 0, // it exists and can't be written
+    ZVK_ACCESS_READ_ONLY = 0,  // it exists and can't be written
     ZVK_ACCESS_WRITABLE = 1
 };
 
@@ -51,14 +51,14 @@ struct ZVK_FileTable
 #undef X
 };
 
-const ZVK_FileTable &Files();              // the table in use, every entry set
-void UseFiles(const ZVK_FileTable *table); // null: back to the real files
+const ZVK_FileTable &Files();               // the table in use, every entry set
+void UseFiles(const ZVK_FileTable *table);  // null: back to the real files
 
 enum ZVK_WholeFile
 {
     ZVK_WHOLE_FILE_READ = 0,
-    ZVK_WHOLE_FILE_ABSENT = -1,     // it can't be opened
-    ZVK_WHOLE_FILE_UNREADABLE = -2, // opened, but not read, or larger than 256 MiB
+    ZVK_WHOLE_FILE_ABSENT = -1,      // it can't be opened
+    ZVK_WHOLE_FILE_UNREADABLE = -2,  // opened, but not read, or larger than 256 MiB
     ZVK_WHOLE_FILE_NO_MEMORY = -3
 };
 

@@ -12,8 +12,8 @@ constexpr const char *kProductFolder = "/ZVK640/";
 
 struct UserFolderRow
 {
-    std::string_view key;  // in user-dirs.dirs
-    const char *belowHome; // when that names none
+    std::string_view key;   // in user-dirs.dirs
+    const char *belowHome;  // when that names none
 };
 
 constexpr UserFolderRow kUserFolders[] = {
@@ -22,10 +22,7 @@ constexpr UserFolderRow kUserFolders[] = {
 };
 
 // Base folders of the desktop count only when they are absolute.
-static bool IsAbsolute(std::string_view path)
-{
-    return path.starts_with('/');
-}
+static bool IsAbsolute(std::string_view path) { return path.starts_with('/'); }
 
 std::string DecideCommonBase(const ZVK_FolderFacts &facts)
 {
@@ -97,7 +94,7 @@ std::string DecideUserFolder(ZVK_UserFolder folder, const ZVK_FolderFacts &facts
     while (!rest.empty()) {
         const size_t end = std::min(rest.find('\n'), rest.size());
         std::string found = FolderOfValue(ValueOfLine(rest.substr(0, end), row.key), facts.home);
-        if (!found.empty()) chosen = std::move(found); // the last line counts
+        if (!found.empty()) chosen = std::move(found);  // the last line counts
         rest.remove_prefix(std::min(end + 1, rest.size()));
     }
     return chosen.empty() ? facts.home + row.belowHome : chosen;
@@ -115,7 +112,7 @@ std::string UserFolderPath(ZVK_UserFolder folder) noexcept
     try {
         const ZVK_FolderFacts facts = CollectFolderFacts();
         std::string userDirs;
-        (void)ReadWholeFile(UserDirsPath(facts).c_str(), userDirs); // without it the text is empty
+        (void)ReadWholeFile(UserDirsPath(facts).c_str(), userDirs);  // without it the text is empty
         std::string path = DecideUserFolder(folder, facts, userDirs);
         MakeFolder(path);
         return path;

@@ -4,23 +4,14 @@
 #include <cstdlib>
 #include <cstring>
 
-static void *HeapAllocate(size_t bytes)
-{
-    return std::malloc(bytes);
-}
+static void *HeapAllocate(size_t bytes) { return std::malloc(bytes); }
 
-static void HeapRelease(void *block)
-{
-    std::free(block);
-}
+static void HeapRelease(void *block) { std::free(block); }
 
 static const ZVK_MemoryTable kHeap = {HeapAllocate, HeapRelease};
 static std::atomic<const ZVK_MemoryTable *> s_memory{&kHeap};
 
-const ZVK_MemoryTable &Memory()
-{
-    return *s_memory.load(std::memory_order_acquire);
-}
+const ZVK_MemoryTable &Memory() { return *s_memory.load(std::memory_order_acquire); }
 
 void UseMemory(const ZVK_MemoryTable *table)
 {

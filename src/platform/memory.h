@@ -9,12 +9,12 @@
 
 struct ZVK_MemoryTable
 {
-    void *(*allocate)(size_t bytes); // null when there is no room; contents undefined
-    void (*release)(void *block);    // null is harmless
+    void *(*allocate)(size_t bytes);  // null when there is no room; contents undefined
+    void (*release)(void *block);     // null is harmless
 };
 
-const ZVK_MemoryTable &Memory();              // the table in use
-void UseMemory(const ZVK_MemoryTable *table); // null: malloc and free
+const ZVK_MemoryTable &Memory();               // the table in use
+void UseMemory(const ZVK_MemoryTable *table);  // null: malloc and free
 
 // Room for `count` values, all bytes zero. A negative count gives room for none. Null when the size
 // overflows or memory is exhausted. A count of 0 gives a block all the same, so that null always

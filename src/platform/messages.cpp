@@ -16,12 +16,6 @@ static const ZVK_MessageTable &RealMessages()
     return kTable;
 }
 
-const ZVK_MessageTable &Messages()
-{
-    return s_messages.InUse(RealMessages);
-}
+const ZVK_MessageTable &Messages() { return s_messages.InUse(RealMessages); }
 
-void UseMessages(const ZVK_MessageTable *table)
-{
-    s_messages.Use(table);
-}
+void UseMessages(const ZVK_MessageTable *table) { s_messages.Use(table); }

@@ -20,7 +20,7 @@ struct ZVK_MessageTable
 #undef X
 };
 
-const ZVK_MessageTable &Messages();              // the table in use, every entry set
-void UseMessages(const ZVK_MessageTable *table); // null: back to the small library
+const ZVK_MessageTable &Messages();               // the table in use, every entry set
+void UseMessages(const ZVK_MessageTable *table);  // null: back to the small library
 
 #endif

@@ -12,7 +12,7 @@
 #include <thread>
 
 constexpr int kNoSuchFunction = -1;
-constexpr int kNoRoom = -2; // memory or threads ran out
+constexpr int kNoRoom = -2;  // memory or threads ran out
 
 constexpr size_t kIdleKept = 4;
 
@@ -27,17 +27,17 @@ struct JobRecord
 {
     bool ended = false;
     bool released = false;
-    std::thread::id runner; // the thread it runs on; none while it waits for one
+    std::thread::id runner;  // the thread it runs on; none while it waits for one
 };
 
 struct Pool
 {
-    std::mutex guard; // of all below
+    std::mutex guard;  // of all below
     std::condition_variable jobAdded;
     std::condition_variable jobEnded;
     std::deque<PoolJob> queue;
-    std::map<int, JobRecord> records; // of each id that is in use
-    size_t idle = 0;                  // threads that wait for a job
+    std::map<int, JobRecord> records;  // of each id that is in use
+    size_t idle = 0;                   // threads that wait for a job
     int lastId = 0;
 };
 
@@ -58,7 +58,7 @@ static int NextId(Pool &pool)
 
 static void Run(const PoolJob &job) noexcept
 {
-    (void)job.function(job.data); // the pool has no use for the result
+    (void)job.function(job.data);  // the pool has no use for the result
 }
 
 static void EndJob(Pool &pool, int id)
@@ -111,12 +111,12 @@ int PoolSchedule(ZVK_PoolFunction function, void *data, int *functionId)
         }
         try {
             AddWorkerIfNeeded(pool);
-        } catch (const std::exception &) { // no thread to be had, or no memory for one
+        } catch (const std::exception &) {  // no thread to be had, or no memory for one
             pool.queue.pop_back();
             pool.records.erase(id);
             return kNoRoom;
         }
-        *functionId = id; // before the function can be seen to end, since the lock is held
+        *functionId = id;  // before the function can be seen to end, since the lock is held
         pool.jobAdded.notify_one();
         return 0;
     } catch (const std::exception &) {
@@ -131,7 +131,7 @@ int PoolWait(int functionId)
     std::unique_lock lock(pool.guard);
     const auto found = pool.records.find(functionId);
     if (found == pool.records.end() || found->second.released) return kNoSuchFunction;
-    if (found->second.runner == std::this_thread::get_id()) return kNoSuchFunction; // for ever
+    if (found->second.runner == std::this_thread::get_id()) return kNoSuchFunction;  // for ever
     // Looked up anew each time: another thread may release the id, which ends the record with the
     // job.
     pool.jobEnded.wait(lock, [&] {

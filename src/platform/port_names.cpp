@@ -10,7 +10,7 @@ constexpr std::string_view kPlainWords = "Communications Port";
 constexpr std::string_view kMotorBoardMaker = "TRINAMIC";
 
 constexpr int kMotorBoardVendor = 0x2A3C;
-constexpr int kSharedVendor = 0x16D0; // its products belong to many makers
+constexpr int kSharedVendor = 0x16D0;  // its products belong to many makers
 constexpr int kSharedMotorBoard = 0x06CC;
 
 struct NumberRule

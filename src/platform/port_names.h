@@ -11,11 +11,11 @@
 // What the operating system knows about one port.
 struct ZVK_PortFacts
 {
-    std::string device; // such as "/dev/ttyUSB0"
+    std::string device;  // such as "/dev/ttyUSB0"
     bool usb = false;
-    int vendorId = 0; // of USB devices, 0 when unknown
+    int vendorId = 0;  // of USB devices, 0 when unknown
     int productId = 0;
-    std::string maker; // of USB devices, empty when unknown
+    std::string maker;  // of USB devices, empty when unknown
     std::string product;
 };
 

@@ -18,7 +18,7 @@ static bool ListRealPorts(std::vector<ZVK_PortEntry> &ports)
     for (ZVK_PortEntry &port : ports)
         port.device = RealDevice(port.device);
     std::vector<ZVK_PortEntry> found;
-    if (!SystemPorts(found)) return !ports.empty(); // pinned ports stand by themselves
+    if (!SystemPorts(found)) return !ports.empty();  // pinned ports stand by themselves
     AddUnlessPinned(ports, found);
     return true;
 }
@@ -44,7 +44,4 @@ std::string DeviceOfPort(int port) noexcept
     return {};
 }
 
-void UsePorts(ZVK_PortLister lister)
-{
-    s_lister.store(lister);
-}
+void UsePorts(ZVK_PortLister lister) { s_lister.store(lister); }

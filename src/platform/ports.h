@@ -8,8 +8,8 @@
 
 struct ZVK_PortEntry
 {
-    std::string friendlyName; // ends in "(COMn)"
-    std::string device;       // what the serial back-end opens
+    std::string friendlyName;  // ends in "(COMn)"
+    std::string device;        // what the serial back-end opens
 };
 
 // Every port: first those of ZVK_SERIAL_PORTS, in its order, then those found. False when the list
@@ -20,6 +20,6 @@ bool ListPorts(std::vector<ZVK_PortEntry> &ports) noexcept;
 std::string DeviceOfPort(int port) noexcept;
 
 typedef bool (*ZVK_PortLister)(std::vector<ZVK_PortEntry> &ports);
-void UsePorts(ZVK_PortLister lister); // null: back to the ports of this machine
+void UsePorts(ZVK_PortLister lister);  // null: back to the ports of this machine
 
 #endif

@@ -6,12 +6,6 @@
 
 static constinit TableSwitch<ZVK_SerialTable> s_serial;
 
-const ZVK_SerialTable &Serial()
-{
-    return s_serial.InUse(SystemSerial);
-}
+const ZVK_SerialTable &Serial() { return s_serial.InUse(SystemSerial); }
 
-void UseSerial(const ZVK_SerialTable *table)
-{
-    s_serial.Use(table);
-}
+void UseSerial(const ZVK_SerialTable *table) { s_serial.Use(table); }

@@ -31,7 +31,7 @@ struct ZVK_SerialTable
 #undef X
 };
 
-const ZVK_SerialTable &Serial();              // the table in use, every entry set
-void UseSerial(const ZVK_SerialTable *table); // null: back to the real ports
+const ZVK_SerialTable &Serial();               // the table in use, every entry set
+void UseSerial(const ZVK_SerialTable *table);  // null: back to the real ports
 
 #endif

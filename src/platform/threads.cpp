@@ -19,12 +19,6 @@ static const ZVK_ThreadTable &RealThreads()
     return kTable;
 }
 
-const ZVK_ThreadTable &Threads()
-{
-    return s_threads.InUse(RealThreads);
-}
+const ZVK_ThreadTable &Threads() { return s_threads.InUse(RealThreads); }
 
-void UseThreads(const ZVK_ThreadTable *table)
-{
-    s_threads.Use(table);
-}
+void UseThreads(const ZVK_ThreadTable *table) { s_threads.Use(table); }

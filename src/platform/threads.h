@@ -10,7 +10,7 @@
 enum ZVK_TimerEvent
 {
     ZVK_EVENT_TIMER_TICK = 15,
-    ZVK_EVENT_DISCARD = 16 // the last call, when the timer is discarded
+    ZVK_EVENT_DISCARD = 16  // the last call, when the timer is discarded
 };
 
 // reserved is 0; eventData1 and eventData2 are 0.
@@ -38,7 +38,7 @@ struct ZVK_ThreadTable
 #undef X
 };
 
-const ZVK_ThreadTable &Threads();              // the table in use, every entry set
-void UseThreads(const ZVK_ThreadTable *table); // null: back to the real threads
+const ZVK_ThreadTable &Threads();               // the table in use, every entry set
+void UseThreads(const ZVK_ThreadTable *table);  // null: back to the real threads
 
 #endif

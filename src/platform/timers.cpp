@@ -16,7 +16,7 @@ using SteadyClock = std::chrono::steady_clock;
 
 constexpr int kNoSuchTimer = -1;
 constexpr int kBadInterval = -2;
-constexpr int kNoRoom = -3; // memory or threads ran out
+constexpr int kNoRoom = -3;  // memory or threads ran out
 
 constexpr double kLongestIntervalS = 86400.0;
 
@@ -30,12 +30,12 @@ struct Timer
 
 struct TimerThread
 {
-    std::mutex guard; // of all below
+    std::mutex guard;  // of all below
     std::condition_variable changed;
     std::condition_variable callbackEnded;
     std::map<int, Timer> timers;
     int lastId = 0;
-    int running = 0; // the timer whose callback runs now, 0 for none
+    int running = 0;  // the timer whose callback runs now, 0 for none
     std::thread::id thread;
     bool started = false;
 };
@@ -81,7 +81,7 @@ static void TimerLoop(TimerThread &state) noexcept
             continue;
         }
         next->second.due += next->second.interval;
-        const Timer timer = next->second; // the row may go while its callback runs
+        const Timer timer = next->second;  // the row may go while its callback runs
         SendTick(state, next->first, timer, lock);
     }
 }

@@ -60,10 +60,7 @@ static std::vector<std::string> Inboxes(const std::string &stem = "")
     return names;
 }
 
-static std::vector<std::string> OwnInboxes()
-{
-    return Inboxes(std::to_string(getpid()) + "-");
-}
+static std::vector<std::string> OwnInboxes() { return Inboxes(std::to_string(getpid()) + "-"); }
 
 static int32_t Listen(uint32_t id, ZVK_MessageCallback callback = nullptr, void *data = nullptr)
 {
@@ -152,7 +149,7 @@ TEST(Messages, PostsOfThisProcessComeInTheirOrderWithBothNumbers)
     EXPECT_EQ(Next(listener), Pair(1, 2));
     EXPECT_EQ(Next(listener), Pair(INT64_MIN, INT64_MAX));
     EXPECT_EQ(Next(listener), Pair(-3, 0));
-    ExpectSilence(listener); // each came once
+    ExpectSilence(listener);  // each came once
     EXPECT_EQ(ZVK_Messages_Unlisten(listener), 0);
 }
 
@@ -241,7 +238,7 @@ struct CallbackSeen
     std::atomic<uint32_t> id{0};
     std::atomic<bool> onAnotherThread{false};
     std::thread::id tester = std::this_thread::get_id();
-    std::atomic<int> release{1}; // 0: the callback waits until it is 1
+    std::atomic<int> release{1};  // 0: the callback waits until it is 1
     std::atomic<int> entered{0};
     std::atomic<int32_t> endsListener{0};
 };
@@ -343,7 +340,7 @@ TEST(Messages, EndingAListenerWakesThoseWhoWait)
     const int32_t listener = Listen(ZVK_Messages_Register("woken"));
     std::atomic<int32_t> result{0};
     std::thread waiter([&] { result = ZVK_Messages_Wait(listener, -1.0, nullptr, nullptr); });
-    EXPECT_EQ(ZVK_Messages_Unlisten(listener), 0); // before or in the middle of the wait
+    EXPECT_EQ(ZVK_Messages_Unlisten(listener), 0);  // before or in the middle of the wait
     waiter.join();
     EXPECT_EQ(result, ZVK_MESSAGES_UNKNOWN_LISTENER);
 }
@@ -421,7 +418,7 @@ TEST(Inbox, PassesOverWhatIsNoMessage)
     good.second = 9;
     WireRecord wrongMagic = good;
     wrongMagic.magic = 0;
-    WireRecord otherName = good; // whose id is the same by chance
+    WireRecord otherName = good;  // whose id is the same by chance
     otherName.hash += 0x4000;
     const std::string tooLong(500, 'x');
 
@@ -439,7 +436,7 @@ TEST(Inbox, PassesOverWhatIsNoMessage)
 TEST(Inbox, APostTakesAwayDeadInboxesAndNothingElse)
 {
     const uint32_t id = ZVK_Messages_Register("dead");
-    const int32_t listener = Listen(id); // makes the folder
+    const int32_t listener = Listen(id);  // makes the folder
     const std::string dead = MeetingFolder() + "/999999999-1";
     const std::string other = MeetingFolder() + "/notes-1.txt";
     const int inbox = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
@@ -448,7 +445,7 @@ TEST(Inbox, APostTakesAwayDeadInboxesAndNothingElse)
     ASSERT_LT(dead.size(), sizeof address.sun_path);
     std::memcpy(address.sun_path, dead.c_str(), dead.size());
     ASSERT_EQ(bind(inbox, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
-    ASSERT_EQ(close(inbox), 0); // as when its process was killed
+    ASSERT_EQ(close(inbox), 0);  // as when its process was killed
     std::ofstream(other) << "text";
     EXPECT_EQ(ZVK_Messages_Post(id, 1, 1), 0);
     EXPECT_FALSE(fs::exists(dead));
@@ -489,7 +486,7 @@ TEST(DISABLED_Role, LeavesWhileItListens)
     const uint32_t id = ZVK_Messages_Register("own traffic");
     for (int i = 0; i < 3; ++i)
         (void)Listen(id, [](uint32_t message, int64_t first, int64_t second, void *) {
-            (void)ZVK_Messages_Post(message, first, second); // for ever
+            (void)ZVK_Messages_Post(message, first, second);  // for ever
         });
     EXPECT_EQ(ZVK_Messages_Post(id, 1, 1), 0);
     TellReady();
@@ -511,8 +508,8 @@ static int ForkedChild(int32_t parentsListener, uint32_t id)
     if (ZVK_Messages_Wait(parentsListener, 0.0, nullptr, nullptr) != ZVK_MESSAGES_UNKNOWN_LISTENER)
         return 2;
     if (ZVK_Messages_Unlisten(parentsListener) != ZVK_MESSAGES_UNKNOWN_LISTENER) return 3;
-    if (ZVK_Messages_Post(id, 77, 78) != 0) return 4; // the names are known
-#if !defined(__SANITIZE_THREAD__)                     // which allows no threads behind such a fork
+    if (ZVK_Messages_Post(id, 77, 78) != 0) return 4;  // the names are known
+#if !defined(__SANITIZE_THREAD__)                      // which allows no threads behind such a fork
     int32_t own = 0;
     if (ZVK_Messages_Listen(id, nullptr, nullptr, &own) != 0) return 5;
     if (ZVK_Messages_Post(id, 79, 80) != 0) return 6;
@@ -547,8 +544,8 @@ TEST(DISABLED_Role, ForksWhileItListens)
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
-    EXPECT_EQ(Next(kept), Pair(77, 78)); // the child is another process now
-    EXPECT_EQ(OwnInboxes().size(), 1u);  // and its end leaves the parent's inbox
+    EXPECT_EQ(Next(kept), Pair(77, 78));  // the child is another process now
+    EXPECT_EQ(OwnInboxes().size(), 1u);   // and its end leaves the parent's inbox
     EXPECT_TRUE(Inboxes(std::to_string(child) + "-").empty());
     AwaitCalls(seen, 2);
     EXPECT_EQ(ZVK_Messages_Unlisten(kept), 0);
@@ -631,12 +628,12 @@ TEST_F(TwoProcesses, AStoppedProcessMissesMessagesAndHoldsUpNobody)
     (void)Next(ready);
     other.Send(SIGSTOP);
     for (int i = 0; i < 600; ++i)
-        ASSERT_EQ(ZVK_Messages_Post(question, i, 1), 0); // returns, or the test runs out of time
+        ASSERT_EQ(ZVK_Messages_Post(question, i, 1), 0);  // returns, or the test runs out of time
     other.Send(SIGCONT);
     Pair counted = {-1, -1};
     while (ZVK_Messages_Wait(answers, 0.05, &counted.first, &counted.second) ==
            ZVK_MESSAGES_TIMED_OUT)
-        ASSERT_EQ(ZVK_Messages_Post(question, 0, 0), 0); // until there is room for one
+        ASSERT_EQ(ZVK_Messages_Post(question, 0, 0), 0);  // until there is room for one
     EXPECT_GE(counted.first, 1);
     EXPECT_LE(counted.first, 600);
     EXPECT_EQ(other.Wait(), 0);

@@ -9,19 +9,19 @@
 enum class Fate
 {
     DONE,
-    FAILS,  // it is the one that was to fail
-    CUT_OFF // the process has ended before it
+    FAILS,   // it is the one that was to fail
+    CUT_OFF  // the process has ended before it
 };
 
 struct FilesRecord
 {
-    std::mutex guard; // of all below
+    std::mutex guard;  // of all below
     std::vector<std::string> calls;
-    int64_t failAt = 0;  // as a count of all calls; 0: none
-    bool cutOff = false; // all behind it fail too
+    int64_t failAt = 0;   // as a count of all calls; 0: none
+    bool cutOff = false;  // all behind it fail too
     bool failed = false;
-    std::set<int> open;    // in the eyes of the code under test
-    std::set<int> orphans; // open when the process "ended"; closed at the end of the test
+    std::set<int> open;     // in the eyes of the code under test
+    std::set<int> orphans;  // open when the process "ended"; closed at the end of the test
 };
 
 static FilesRecord s_record;
@@ -49,20 +49,16 @@ static Fate Count(std::string call)
 static std::string LastPart(const char *path)
 {
     const std::string text = path ? path : "(null)";
-    return text.substr(text.rfind('/') + 1); // npos + 1 is 0
+    return text.substr(text.rfind('/') + 1);  // npos + 1 is 0
 }
 
 static const char *ModeName(ZVK_OpenMode mode)
 {
     switch (mode) {
-    case ZVK_OPEN_READ:
-        return "read";
-    case ZVK_OPEN_NEW:
-        return "new";
-    case ZVK_OPEN_APPEND:
-        return "append";
-    case ZVK_OPEN_EXCLUSIVE:
-        return "exclusive";
+    case ZVK_OPEN_READ: return "read";
+    case ZVK_OPEN_NEW: return "new";
+    case ZVK_OPEN_APPEND: return "append";
+    case ZVK_OPEN_EXCLUSIVE: return "exclusive";
     }
     return "?";
 }
@@ -76,10 +72,7 @@ static int OpenOrFail(const char *path, ZVK_OpenMode mode)
     return file;
 }
 
-static int64_t SizeOrFail(int file)
-{
-    return Count("size") == Fate::DONE ? Real().size(file) : -1;
-}
+static int64_t SizeOrFail(int file) { return Count("size") == Fate::DONE ? Real().size(file) : -1; }
 
 static int64_t ReadOrFail(int file, void *bytes, size_t count)
 {
@@ -95,10 +88,7 @@ static int64_t WriteOrFail(int file, const void *bytes, size_t count)
     return -1;
 }
 
-static int SyncOrFail(int file)
-{
-    return Count("sync") == Fate::DONE ? Real().sync(file) : -1;
-}
+static int SyncOrFail(int file) { return Count("sync") == Fate::DONE ? Real().sync(file) : -1; }
 
 static int CloseOrFail(int file)
 {
@@ -187,15 +177,9 @@ static void Arm(int64_t nth, bool cutOff)
     s_record.failed = false;
 }
 
-void FailingFiles::FailAt(int64_t nth)
-{
-    Arm(nth, false);
-}
+void FailingFiles::FailAt(int64_t nth) { Arm(nth, false); }
 
-void FailingFiles::CutOffAt(int64_t nth)
-{
-    Arm(nth, true);
-}
+void FailingFiles::CutOffAt(int64_t nth) { Arm(nth, true); }
 
 bool FailingFiles::Failed() const
 {

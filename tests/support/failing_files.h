@@ -37,7 +37,7 @@ public:
     // The calls so far, such as "open config.ini read", "write 120", "rename a b", by the last part
     // of each path.
     std::vector<std::string> Calls() const;
-    int64_t OpenFiles() const; // opened and not closed
+    int64_t OpenFiles() const;  // opened and not closed
 };
 
 #endif

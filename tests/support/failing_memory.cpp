@@ -9,7 +9,7 @@ struct MemoryRecord
 {
     std::atomic<int64_t> allocations{0};
     std::atomic<int64_t> live{0};
-    std::atomic<int64_t> failAt{0}; // as a count of all allocations; 0: none
+    std::atomic<int64_t> failAt{0};  // as a count of all allocations; 0: none
     std::atomic<bool> failed{false};
 };
 
@@ -43,10 +43,7 @@ FailingMemory::FailingMemory()
     UseMemory(&kTable);
 }
 
-FailingMemory::~FailingMemory()
-{
-    UseMemory(nullptr);
-}
+FailingMemory::~FailingMemory() { UseMemory(nullptr); }
 
 void FailingMemory::FailAt(int64_t nth)
 {
@@ -54,17 +51,8 @@ void FailingMemory::FailAt(int64_t nth)
     s_record.failed = false;
 }
 
-bool FailingMemory::Failed() const
-{
-    return s_record.failed;
-}
+bool FailingMemory::Failed() const { return s_record.failed; }
 
-int64_t FailingMemory::Allocations() const
-{
-    return s_record.allocations;
-}
+int64_t FailingMemory::Allocations() const { return s_record.allocations; }
 
-int64_t FailingMemory::Live() const
-{
-    return s_record.live;
-}
+int64_t FailingMemory::Live() const { return s_record.live; }

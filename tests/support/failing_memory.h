@@ -25,8 +25,8 @@ public:
     // Whether the allocation that was to fail has been asked for.
     bool Failed() const;
 
-    int64_t Allocations() const; // asked for so far, with those that failed
-    int64_t Live() const;        // blocks given and not released
+    int64_t Allocations() const;  // asked for so far, with those that failed
+    int64_t Live() const;         // blocks given and not released
 };
 
 #endif

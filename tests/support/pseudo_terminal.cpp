@@ -17,10 +17,7 @@ PseudoTerminal::PseudoTerminal() : m_file(posix_openpt(O_RDWR | O_NOCTTY | O_CLO
     m_device = name;
 }
 
-PseudoTerminal::~PseudoTerminal()
-{
-    HangUp();
-}
+PseudoTerminal::~PseudoTerminal() { HangUp(); }
 
 void PseudoTerminal::HangUp()
 {

@@ -13,7 +13,7 @@ public:
     PseudoTerminal(const PseudoTerminal &) = delete;
     PseudoTerminal &operator=(const PseudoTerminal &) = delete;
 
-    const std::string &Device() const { return m_device; } // what the library opens
+    const std::string &Device() const { return m_device; }  // what the library opens
 
     void Send(const std::string &bytes) const;
     // What the library sent: waits for `count` bytes, and gives fewer only when 5 s bring none.

@@ -1,10 +1,10 @@
 #include "recording_daq.h"
 
-#include <cstring>
 #include <algorithm>
 #include <charconv>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <mutex>
 
@@ -24,15 +24,15 @@ struct ToldTask
 
 struct DaqRecord
 {
-    std::mutex guard; // of all below; never held while a callback runs
+    std::mutex guard;  // of all below; never held while a callback runs
     std::vector<std::string> calls;
-    std::map<int, ToldTask> tasks; // those that are open
+    std::map<int, ToldTask> tasks;  // those that are open
     int lastTask = 0;
     int misuses = 0;
     std::vector<std::vector<double>> blocks;
 
-    std::string failEntry;    // empty: any entry
-    int64_t untilFailure = 0; // 0: none
+    std::string failEntry;     // empty: any entry
+    int64_t untilFailure = 0;  // 0: none
     int32_t failCode = kToldDaqFailure;
     bool failed = false;
     std::string errorText;
@@ -53,10 +53,7 @@ static ZVK_DaqTask HandleOf(int number)
     return reinterpret_cast<ZVK_DaqTask>(static_cast<intptr_t>(number));
 }
 
-static int NumberOf(ZVK_DaqTask task)
-{
-    return static_cast<int>(reinterpret_cast<intptr_t>(task));
-}
+static int NumberOf(ZVK_DaqTask task) { return static_cast<int>(reinterpret_cast<intptr_t>(task)); }
 
 static std::string Text(ZVK_DaqTask task)
 {
@@ -76,20 +73,11 @@ static std::string Text(double value)
     return {digits, end};
 }
 
-static std::string Text(int32_t value)
-{
-    return std::to_string(value);
-}
+static std::string Text(int32_t value) { return std::to_string(value); }
 
-static std::string Text(uint32_t value)
-{
-    return std::to_string(value);
-}
+static std::string Text(uint32_t value) { return std::to_string(value); }
 
-static std::string Text(uint64_t value)
-{
-    return std::to_string(value);
-}
+static std::string Text(uint64_t value) { return std::to_string(value); }
 
 static std::string Attribute(int32_t attribute)
 {
@@ -99,10 +87,7 @@ static std::string Attribute(int32_t attribute)
 }
 
 // For arguments that are texts already.
-static std::string Text(const std::string &text)
-{
-    return text;
-}
+static std::string Text(const std::string &text) { return text; }
 
 template <class... Arguments>
 static std::string Describe(const char *entry, const Arguments &...arguments)
@@ -439,10 +424,7 @@ RecordingDaq::RecordingDaq()
     UseDaq(&kTable);
 }
 
-RecordingDaq::~RecordingDaq()
-{
-    UseDaq(nullptr);
-}
+RecordingDaq::~RecordingDaq() { UseDaq(nullptr); }
 
 std::vector<std::string> RecordingDaq::Calls() const
 {
@@ -456,10 +438,7 @@ void RecordingDaq::ForgetCalls()
     s_record.calls.clear();
 }
 
-void RecordingDaq::FailAt(int64_t nth, int32_t code)
-{
-    FailCall("", nth, code);
-}
+void RecordingDaq::FailAt(int64_t nth, int32_t code) { FailCall("", nth, code); }
 
 void RecordingDaq::FailCall(const std::string &entry, int64_t nth, int32_t code)
 {

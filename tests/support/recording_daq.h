@@ -46,7 +46,7 @@ public:
     void SetErrorText(const std::string &text);
 
     int OpenTasks() const;
-    int Misuses() const; // calls on tasks that weren't open
+    int Misuses() const;  // calls on tasks that weren't open
 
     // Each block that writeAnalogF64 took, all channels of a task together; a scalar counts as a
     // block of one. `channels` of a block come from the task's channel list, such as
@@ -58,10 +58,10 @@ public:
     int32_t FireEvent();
     bool HasEvent() const;
 
-    void SetMaxRate(double hertz); // at the start 1e6
+    void SetMaxRate(double hertz);  // at the start 1e6
     void SupplySamples(
-        const std::vector<double> &next); // for readAnalogF64, over and over; 0 V at the start
-    void SupplyLines(uint32_t lines);     // for readDigitalScalarU32; 0 at the start
+        const std::vector<double> &next);  // for readAnalogF64, over and over; 0 V at the start
+    void SupplyLines(uint32_t lines);      // for readDigitalScalarU32; 0 at the start
 };
 
 #endif

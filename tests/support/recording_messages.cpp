@@ -9,7 +9,7 @@ constexpr uint32_t kFirstId = 0xC001;
 
 struct MessagesRecord
 {
-    std::mutex guard; // of all below
+    std::mutex guard;  // of all below
     std::vector<std::string> names;
     std::vector<RecordingMessages::Posted> posts;
     int32_t postCode = 0;
@@ -49,10 +49,7 @@ RecordingMessages::RecordingMessages()
     UseMessages(&kTable);
 }
 
-RecordingMessages::~RecordingMessages()
-{
-    UseMessages(nullptr);
-}
+RecordingMessages::~RecordingMessages() { UseMessages(nullptr); }
 
 std::vector<RecordingMessages::Posted> RecordingMessages::Posts() const
 {

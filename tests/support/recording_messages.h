@@ -24,9 +24,9 @@ public:
     RecordingMessages(const RecordingMessages &) = delete;
     RecordingMessages &operator=(const RecordingMessages &) = delete;
 
-    std::vector<Posted> Posts() const; // those that went out
-    void FailPosts(int32_t code);      // what post answers from now on; 0: it works
-    void FailNames();                  // from now on no name has an id
+    std::vector<Posted> Posts() const;  // those that went out
+    void FailPosts(int32_t code);       // what post answers from now on; 0: it works
+    void FailNames();                   // from now on no name has an id
 };
 
 #endif

@@ -8,7 +8,7 @@ constexpr int64_t kStartUnixSeconds = 1720442096;
 
 struct ClockRecord
 {
-    std::mutex guard; // of all below
+    std::mutex guard;  // of all below
     double now = 0.0;
     ZVK_LocalTime localTime = kStartTime;
     int64_t unixSeconds = kStartUnixSeconds;
@@ -98,10 +98,7 @@ void TestClock::Advance(double seconds)
     s_record.now += seconds;
 }
 
-double TestClock::Now() const
-{
-    return ToldTimer();
-}
+double TestClock::Now() const { return ToldTimer(); }
 
 void TestClock::SetLocalTime(const ZVK_LocalTime &time)
 {

@@ -20,11 +20,11 @@ public:
     void Advance(double seconds);
     double Now() const;
 
-    void
-    SetLocalTime(const ZVK_LocalTime &time); // at the start 12:34:56 on 7/8/2024, the month first
-    void SetUnixSeconds(int64_t seconds);    // at the start 1720442096
+    void SetLocalTime(
+        const ZVK_LocalTime &time);        // at the start 12:34:56 on 7/8/2024, the month first
+    void SetUnixSeconds(int64_t seconds);  // at the start 1720442096
 
-    std::vector<double> Delays() const; // the lengths, in their order
+    std::vector<double> Delays() const;  // the lengths, in their order
     int64_t Breaths() const;
 
     // Called at each breath and each delay, on the thread that waits: lets a test with one thread

@@ -20,11 +20,11 @@ struct ToldFunction
 
 struct TimersRecord
 {
-    std::mutex guard; // of all below; never held while a callback runs
+    std::mutex guard;  // of all below; never held while a callback runs
     std::map<int, ToldTimer> timers;
     std::map<int, ToldFunction> functions;
     int lastId = 0;
-    int nextFailure = 0; // 0: none
+    int nextFailure = 0;  // 0: none
 };
 
 static TimersRecord s_record;
@@ -132,10 +132,7 @@ TestTimers::TestTimers()
     UseThreads(&kTable);
 }
 
-TestTimers::~TestTimers()
-{
-    UseThreads(nullptr);
-}
+TestTimers::~TestTimers() { UseThreads(nullptr); }
 
 // Looked up before each tick: the callback may discard its own timer.
 void TestTimers::Tick(int timerId, int times)
@@ -160,10 +157,7 @@ double TestTimers::Interval(int timerId) const
     return FindTimer(timerId, timer) ? timer.intervalS : 0.0;
 }
 
-void TestTimers::Run(int functionId)
-{
-    RunOnce(functionId);
-}
+void TestTimers::Run(int functionId) { RunOnce(functionId); }
 
 std::vector<int> TestTimers::Scheduled() const
 {

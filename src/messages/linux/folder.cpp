@@ -19,7 +19,7 @@ static bool IsOwnAndClosed(const std::string &folder)
 static bool MakeOwnFolder(const std::string &folder)
 {
     if (folder.size() > kLongestFolder) return false;
-    (void)mkdir(folder.c_str(), 0700); // it may be there; the check tells whether it will do
+    (void)mkdir(folder.c_str(), 0700);  // it may be there; the check tells whether it will do
     return IsOwnAndClosed(folder);
 }
 

@@ -85,10 +85,7 @@ Received ReceiveRecord(int socket, MessageRecord &record) noexcept
     }
 }
 
-int OpenOutbox() noexcept
-{
-    return socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-}
+int OpenOutbox() noexcept { return socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0); }
 
 void CloseSocket(int socket) noexcept
 {
@@ -115,8 +112,8 @@ static void SendToOne(int outbox, const sockaddr_un &address, const MessageRecor
         if (sent >= 0) return;
         if (errno == EINTR) continue;
         if (errno == ECONNREFUSED)
-            (void)unlink(address.sun_path);            // its process died without a word
-        if (errno != EAGAIN || triesLeft == 0) return; // dropped
+            (void)unlink(address.sun_path);             // its process died without a word
+        if (errno != EAGAIN || triesLeft == 0) return;  // dropped
         --triesLeft;
         (void)nanosleep(&kPauseWhenFull, nullptr);
     }

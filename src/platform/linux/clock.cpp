@@ -21,10 +21,7 @@ static double SecondsSinceFirstCall()
     return Seconds(std::chrono::steady_clock::now() - start).count();
 }
 
-static int64_t UnixSeconds()
-{
-    return static_cast<int64_t>(std::time(nullptr));
-}
+static int64_t UnixSeconds() { return static_cast<int64_t>(std::time(nullptr)); }
 
 static ZVK_LocalTime LocalTime()
 {
@@ -41,14 +38,11 @@ static ZVK_LocalTime LocalTime()
 
 static void DelaySeconds(double seconds)
 {
-    if (!(seconds > 0.0)) return; // also not a number
+    if (!(seconds > 0.0)) return;  // also not a number
     std::this_thread::sleep_for(Seconds(std::min(seconds, kLongestDelayS)));
 }
 
-static void Breathe()
-{
-    std::this_thread::sleep_for(kBreath);
-}
+static void Breathe() { std::this_thread::sleep_for(kBreath); }
 
 const ZVK_ClockTable &SystemClock()
 {

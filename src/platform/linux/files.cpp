@@ -28,14 +28,10 @@ static int OpenFlags(ZVK_OpenMode mode)
 {
     const int common = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
     switch (mode) {
-    case ZVK_OPEN_READ:
-        return common | O_RDONLY;
-    case ZVK_OPEN_NEW:
-        return common | O_WRONLY | O_CREAT | O_TRUNC;
-    case ZVK_OPEN_APPEND:
-        return common | O_WRONLY | O_CREAT | O_APPEND;
-    case ZVK_OPEN_EXCLUSIVE:
-        return common | O_WRONLY | O_CREAT | O_EXCL;
+    case ZVK_OPEN_READ: return common | O_RDONLY;
+    case ZVK_OPEN_NEW: return common | O_WRONLY | O_CREAT | O_TRUNC;
+    case ZVK_OPEN_APPEND: return common | O_WRONLY | O_CREAT | O_APPEND;
+    case ZVK_OPEN_EXCLUSIVE: return common | O_WRONLY | O_CREAT | O_EXCL;
     }
     return -1;
 }
@@ -53,7 +49,7 @@ static int FileOpen(const char *path, ZVK_OpenMode mode)
     const int file = Uninterrupted([&] { return open(path, flags, 0666); });
     if (file < 0) return -1;
     if (mode != ZVK_OPEN_READ || IsPlainFile(file)) return file;
-    (void)close(file); // a folder or a device holds no text of ours
+    (void)close(file);  // a folder or a device holds no text of ours
     return -1;
 }
 
@@ -88,20 +84,14 @@ static int FileSync(int file)
 }
 
 // Not taken up again after a signal: the file number is free then all the same.
-static int FileClose(int file)
-{
-    return close(file) == 0 || errno == EINTR ? 0 : -1;
-}
+static int FileClose(int file) { return close(file) == 0 || errno == EINTR ? 0 : -1; }
 
 static int FileRename(const char *from, const char *to)
 {
     return from && to ? rename(from, to) : -1;
 }
 
-static int FileRemove(const char *path)
-{
-    return path ? unlink(path) : -1;
-}
+static int FileRemove(const char *path) { return path ? unlink(path) : -1; }
 
 // The folder that holds `path`, in a buffer of PATH_MAX bytes. False when it doesn't fit.
 static bool FolderOf(const char *path, char *folder)

@@ -8,7 +8,7 @@
 #include <unistd.h>
 #include <vector>
 
-constexpr mode_t kFolderMode = 0755; // less the user's mask
+constexpr mode_t kFolderMode = 0755;  // less the user's mask
 
 constexpr const char *kSystemBase = "/var/lib";
 constexpr size_t kUserEntrySize = 16384;

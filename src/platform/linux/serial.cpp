@@ -23,12 +23,12 @@ constexpr char kCarriageReturn = 13;
 
 struct PortRow
 {
-    std::mutex guard;                 // of all below, held through each call
-    int file = -1;                    // -1: closed
-    double timeoutS = kFirstTimeoutS; // 0: wait for ever
-    bool unsentBytes = false;         // a write ended before its bytes were out
+    std::mutex guard;                  // of all below, held through each call
+    int file = -1;                     // -1: closed
+    double timeoutS = kFirstTimeoutS;  // 0: wait for ever
+    bool unsentBytes = false;          // a write ended before its bytes were out
     bool dropCarriageReturn =
-        false; // the last line ended in LF; a CR right behind it belongs to it
+        false;  // the last line ended in LF; a CR right behind it belongs to it
 };
 
 struct BaudRate
@@ -50,10 +50,7 @@ static PortRow &Row(int port)
     return rows[port - 1];
 }
 
-static bool IsPortNumber(int port)
-{
-    return port >= 1 && port <= kLastPort;
-}
+static bool IsPortNumber(int port) { return port >= 1 && port <= kLastPort; }
 
 static bool SpeedCode(int baudRate, speed_t &code)
 {
@@ -84,7 +81,7 @@ static bool Configure(int file, speed_t speed)
     settings.c_cflag &= ~static_cast<tcflag_t>(CSTOPB | PARENB | CRTSCTS | CSIZE);
     settings.c_cflag |= CS8 | CLOCAL | CREAD;
     settings.c_iflag &= ~static_cast<tcflag_t>(IXON | IXOFF | IXANY);
-    settings.c_cc[VMIN] = 1; // an empty port answers EAGAIN, and only a dead one 0 bytes
+    settings.c_cc[VMIN] = 1;  // an empty port answers EAGAIN, and only a dead one 0 bytes
     settings.c_cc[VTIME] = 0;
     if (cfsetispeed(&settings, speed) != 0 || cfsetospeed(&settings, speed) != 0) return false;
     if (tcsetattr(file, TCSANOW, &settings) != 0) return false;

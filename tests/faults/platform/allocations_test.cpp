@@ -74,7 +74,7 @@ TEST(Memory, ASizeThatOverflowsGivesNull)
 static bool TryNew()
 {
     try {
-        ::operator delete(::operator new(4)); // a new-expression might be left out by the compiler
+        ::operator delete(::operator new(4));  // a new-expression might be left out by the compiler
         return true;
     } catch (const std::bad_alloc &) {
         return false;

@@ -12,10 +12,7 @@
 
 #include <atomic>
 
-static int CountRun(void *data)
-{
-    return ++*static_cast<std::atomic<int> *>(data);
-}
+static int CountRun(void *data) { return ++*static_cast<std::atomic<int> *>(data); }
 
 TEST(SeamsWithoutMemory, ScheduleFailsAndRunsNothing)
 {
@@ -29,7 +26,7 @@ TEST(SeamsWithoutMemory, ScheduleFailsAndRunsNothing)
             result = Threads().schedule(CountRun, &runs, &id);
         },
         [&](bool failed) {
-            if (result == 0) { // a failure inside may have been survived
+            if (result == 0) {  // a failure inside may have been survived
                 EXPECT_EQ(Threads().wait(id), 0);
                 EXPECT_EQ(Threads().release(id), 0);
                 ++expectedRuns;

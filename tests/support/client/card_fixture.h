@@ -27,8 +27,8 @@ protected:
 struct StreamSettings
 {
     const char *channels = "Dev1/ao0";
-    uint32_t samples = 100; // of the buffer
-    double rate = 1000.0;   // Hz
+    uint32_t samples = 100;  // of the buffer
+    double rate = 1000.0;    // Hz
     bool regenerates = false;
 };
 
@@ -40,9 +40,9 @@ int32_t WriteSteps(ZVC_Task task, int32_t count, int32_t from = 0, double timeou
 // What was written to an output, all of it, in millivolts.
 std::vector<int> WrittenMillivolts(const char *channel);
 
-std::string LastFailure();          // the extended text of this thread
-std::string LogLine(int64_t index); // of the call log; -1 is the last one
+std::string LastFailure();           // the extended text of this thread
+std::string LogLine(int64_t index);  // of the call log; -1 is the last one
 std::vector<std::string> WholeLog();
-ZVC_TaskInfo InfoOf(ZVC_Task task); // all zero when it isn't open
+ZVC_TaskInfo InfoOf(ZVC_Task task);  // all zero when it isn't open
 
 #endif

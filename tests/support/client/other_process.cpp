@@ -32,7 +32,4 @@ int OtherProcess::Wait()
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 
-void OtherProcess::Send(int signal) const
-{
-    (void)kill(m_process, signal);
-}
+void OtherProcess::Send(int signal) const { (void)kill(m_process, signal); }

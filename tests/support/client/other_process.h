@@ -14,11 +14,11 @@ class OtherProcess
 {
 public:
     explicit OtherProcess(const std::string &role);
-    ~OtherProcess(); // kills it if it still runs
+    ~OtherProcess();  // kills it if it still runs
     OtherProcess(const OtherProcess &) = delete;
     OtherProcess &operator=(const OtherProcess &) = delete;
 
-    int Wait(); // its exit code, 0 when its test passed; below 0 the signal that ended it
+    int Wait();  // its exit code, 0 when its test passed; below 0 the signal that ended it
     void Send(int signal) const;
     pid_t Number() const { return m_process; }
 

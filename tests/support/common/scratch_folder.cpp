@@ -29,7 +29,7 @@ ScratchFolder::~ScratchFolder()
     } else {
         setenv("ZVK_COMMON_APPDATA", m_before.c_str(), 1);
     }
-    std::error_code ignored; // a left folder in the temporary place does no harm
+    std::error_code ignored;  // a left folder in the temporary place does no harm
     fs::remove_all(m_base, ignored);
 }
 
@@ -51,10 +51,7 @@ std::string ScratchFolder::Read(const std::string &name) const
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-bool ScratchFolder::Holds(const std::string &name) const
-{
-    return fs::exists(Path(name));
-}
+bool ScratchFolder::Holds(const std::string &name) const { return fs::exists(Path(name)); }
 
 int ScratchFolder::CountFiles() const
 {

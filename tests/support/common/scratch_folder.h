@@ -18,13 +18,13 @@ public:
     std::string Path(const std::string &name = "") const;
 
     void Write(const std::string &name, const std::string &bytes) const;
-    std::string Read(const std::string &name) const; // empty when there is no such file
+    std::string Read(const std::string &name) const;  // empty when there is no such file
     bool Holds(const std::string &name) const;
     int CountFiles() const;
 
 private:
     std::string m_base;
-    std::string m_before; // ZVK_COMMON_APPDATA as it was, empty when unset
+    std::string m_before;  // ZVK_COMMON_APPDATA as it was, empty when unset
 };
 
 // Sets an environment variable for as long as the object lives; null: takes it away.

@@ -5,7 +5,7 @@
 #include <new>
 
 static constinit std::atomic<int64_t> s_live{0};
-static constinit std::atomic<int64_t> s_untilFailure{0}; // 0: not armed
+static constinit std::atomic<int64_t> s_untilFailure{0};  // 0: not armed
 static constinit std::atomic<bool> s_allThreads{false};
 static constinit std::atomic<bool> s_failed{false};
 static constinit thread_local bool t_armedHere = false;
@@ -53,30 +53,15 @@ void *operator new(size_t bytes, const std::nothrow_t &) noexcept
     return Counted(std::malloc(bytes > 0 ? bytes : 1));
 }
 
-void operator delete(void *block) noexcept
-{
-    ReleaseCounted(block);
-}
+void operator delete(void *block) noexcept { ReleaseCounted(block); }
 
-void operator delete(void *block, const std::nothrow_t &) noexcept
-{
-    ReleaseCounted(block);
-}
+void operator delete(void *block, const std::nothrow_t &) noexcept { ReleaseCounted(block); }
 
-void operator delete(void *block, size_t) noexcept
-{
-    ReleaseCounted(block);
-}
+void operator delete(void *block, size_t) noexcept { ReleaseCounted(block); }
 
-void operator delete(void *block, std::align_val_t) noexcept
-{
-    ReleaseCounted(block);
-}
+void operator delete(void *block, std::align_val_t) noexcept { ReleaseCounted(block); }
 
-void operator delete(void *block, size_t, std::align_val_t) noexcept
-{
-    ReleaseCounted(block);
-}
+void operator delete(void *block, size_t, std::align_val_t) noexcept { ReleaseCounted(block); }
 
 FailingNew::FailingNew(int64_t nth, Reach reach)
 {
@@ -93,12 +78,6 @@ FailingNew::~FailingNew()
     t_armedHere = false;
 }
 
-bool FailingNew::Failed() const
-{
-    return s_failed;
-}
+bool FailingNew::Failed() const { return s_failed; }
 
-int64_t LiveNewBlocks()
-{
-    return s_live;
-}
+int64_t LiveNewBlocks() { return s_live; }

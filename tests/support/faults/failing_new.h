@@ -11,7 +11,7 @@ class FailingNew
 public:
     enum Reach
     {
-        THIS_THREAD, // allocations of other threads are neither counted nor failed
+        THIS_THREAD,  // allocations of other threads are neither counted nor failed
         ALL_THREADS
     };
 

@@ -63,7 +63,7 @@ TEST_F(LocatePort, UsbSerialPortIsFound)
 struct NameRow
 {
     const char *name;
-    int number; // 0: skipped
+    int number;  // 0: skipped
 };
 
 TEST_F(LocatePort, NumberStandsBehindTheLastCom)
@@ -72,7 +72,7 @@ TEST_F(LocatePort, NumberStandsBehindTheLastCom)
         {"COMMUNICATION PORT (COM3)", 3},
         {"Communication Port (com3)", 3},
         {"PORT (COM1) AND COM12", 12},
-        {"PORT (COM3) COMBINED", 0}, // no number behind the last one
+        {"PORT (COM3) COMBINED", 0},  // no number behind the last one
         {"PORT COM", 0},
         {"PORT (COM)", 0},
         {"PORT 5", 0},

@@ -185,7 +185,7 @@ static int32_t CountEvent(ZVK_DaqTask task, int32_t eventType, uint32_t nSamples
     *static_cast<int *>(data) += 1;
     EXPECT_EQ(eventType, ZVK_DAQ_TRANSFERRED);
     EXPECT_EQ(nSamples, 500u);
-    return Daq().clearTask(task); // allowed inside of the event
+    return Daq().clearTask(task);  // allowed inside of the event
 }
 
 TEST(RecordingDaq_, FiresTheEventUntilItsTaskIsGone)

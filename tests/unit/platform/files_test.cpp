@@ -182,7 +182,7 @@ TEST_F(Files_, AccessTellsAbsentWritableAndReadOnly)
     folder.Write("a.ini", "");
     EXPECT_EQ(Files().access(path.c_str()), ZVK_ACCESS_WRITABLE);
     ASSERT_EQ(chmod(path.c_str(), 0444), 0);
-    EXPECT_EQ(Files().access(path.c_str()), ZVK_ACCESS_READ_ONLY); // for an administrator too
+    EXPECT_EQ(Files().access(path.c_str()), ZVK_ACCESS_READ_ONLY);  // for an administrator too
     EXPECT_EQ(Files().access((path + "/below").c_str()), ZVK_ACCESS_ABSENT);
 }
 
@@ -221,7 +221,7 @@ TEST_F(Files_, WholeFileThatIsAbsentEmptiesTheText)
 TEST_F(Files_, WholeFileTooLargeToBeOursIsRefused)
 {
     folder.Write("a.ini", "x");
-    ASSERT_EQ(truncate(path.c_str(), (int64_t{256} << 20) + 1), 0); // takes no room on the disk
+    ASSERT_EQ(truncate(path.c_str(), (int64_t{256} << 20) + 1), 0);  // takes no room on the disk
     std::string text;
     EXPECT_EQ(ReadWholeFile(path.c_str(), text), ZVK_WHOLE_FILE_UNREADABLE);
     EXPECT_EQ(text, "");
@@ -250,7 +250,7 @@ TEST_F(Files_, FailingWriteLeavesHalfOfItsBytes)
     EXPECT_LT(WriteFile(path, ZVK_OPEN_NEW, "abcdef"), 0);
     EXPECT_EQ(folder.Read("a.ini"), "abc");
     EXPECT_EQ(files.OpenFiles(), 0);
-    ASSERT_EQ(WriteFile(path, ZVK_OPEN_NEW, "abcdef"), 0); // only the one call fails
+    ASSERT_EQ(WriteFile(path, ZVK_OPEN_NEW, "abcdef"), 0);  // only the one call fails
 }
 
 TEST_F(Files_, NothingIsDoneBehindACutOff)

@@ -118,7 +118,7 @@ TEST(UserFolders, AreMadeWithThoseAbove)
     scratch.Write("user-dirs.dirs", "XDG_VIDEOS_DIR=\"$HOME/a/b/films\"\n");
     EXPECT_EQ(UserFolderPath(ZVK_FOLDER_VIDEOS), home + "/a/b/films");
     EXPECT_TRUE(std::filesystem::is_directory(home + "/a/b/films"));
-    EXPECT_EQ(UserFolderPath(ZVK_FOLDER_VIDEOS), home + "/a/b/films"); // there it is now
+    EXPECT_EQ(UserFolderPath(ZVK_FOLDER_VIDEOS), home + "/a/b/films");  // there it is now
     EXPECT_EQ(UserFolderPath(ZVK_FOLDER_PICTURES), home + "/Pictures");
     EXPECT_TRUE(std::filesystem::is_directory(home + "/Pictures"));
 }

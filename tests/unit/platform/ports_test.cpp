@@ -202,10 +202,7 @@ static bool ListNothing(std::vector<ZVK_PortEntry> &ports)
     return false;
 }
 
-static bool ListWithoutMemory(std::vector<ZVK_PortEntry> &)
-{
-    throw std::bad_alloc();
-}
+static bool ListWithoutMemory(std::vector<ZVK_PortEntry> &) { throw std::bad_alloc(); }
 
 struct PortLister : testing::Test
 {
@@ -218,7 +215,7 @@ TEST_F(PortLister, ATestsListTakesThePlaceOfThisMachines)
     std::vector<ZVK_PortEntry> ports = {{"left over", "x"}};
     EXPECT_TRUE(ListPorts(ports));
     EXPECT_EQ(Texts(ports), "First (COM3)=/dev/a;Second (COM3)=/dev/b;");
-    EXPECT_EQ(DeviceOfPort(3), "/dev/a"); // the first one with the number
+    EXPECT_EQ(DeviceOfPort(3), "/dev/a");  // the first one with the number
     EXPECT_EQ(DeviceOfPort(4), "");
     EXPECT_EQ(DeviceOfPort(0), "");
     EXPECT_EQ(DeviceOfPort(-1), "");

@@ -83,8 +83,8 @@ TEST_F(Serial_, OpenPortIsToldOpenUntilClosed)
 
 TEST_F(Serial_, OpenFailsForUnknownPortsAndRates)
 {
-    EXPECT_LT(Serial().open(3, 9600), 0); // not listed
-    EXPECT_LT(Serial().open(9, 9600), 0); // listed, but its device is gone
+    EXPECT_LT(Serial().open(3, 9600), 0);  // not listed
+    EXPECT_LT(Serial().open(9, 9600), 0);  // listed, but its device is gone
     EXPECT_LT(Serial().open(0, 9600), 0);
     EXPECT_LT(Serial().open(-1, 9600), 0);
     EXPECT_LT(Serial().open(256, 9600), 0);
@@ -229,7 +229,7 @@ TEST_F(Serial_, TimeoutsThatAreNoTimeAreRefused)
     Open(kSilenceS);
     EXPECT_LT(Serial().setTimeout(kPort, -1.0), 0);
     EXPECT_LT(Serial().setTimeout(kPort, std::nan("")), 0);
-    EXPECT_EQ(Read(1), ""); // the old one holds
+    EXPECT_EQ(Read(1), "");  // the old one holds
 }
 
 TEST_F(Serial_, ReadLineLeavesOutTheTerminator)
@@ -330,7 +330,7 @@ TEST_F(Serial_, FlushInputDropsWhatHasCome)
 {
     Open(kSilenceS);
     laser.Send("old");
-    EXPECT_EQ(Read(1), "o"); // the rest is there now
+    EXPECT_EQ(Read(1), "o");  // the rest is there now
     EXPECT_EQ(Serial().flushInput(kPort), 0);
     laser.Send("new");
     EXPECT_EQ(Read(10), "new");
@@ -347,16 +347,16 @@ TEST_F(Serial_, OpenDropsWhatCameBefore)
 
 TEST_F(Serial_, ADeviceThatGoesAwayEndsReadsAndWritesAtOnce)
 {
-    Open(0.0); // a wait for ever would show
+    Open(0.0);  // a wait for ever would show
     laser.Send("ab");
     EXPECT_EQ(Read(1), "a");
     laser.HangUp();
-    EXPECT_LE(Read(10).size(), 1u); // what was on its way may still come
+    EXPECT_LE(Read(10).size(), 1u);  // what was on its way may still come
     char byte = 0;
     EXPECT_LT(Serial().read(kPort, &byte, 1), 0);
     EXPECT_LT(Serial().readLine(kPort, &byte, 1, '\n'), 0);
     EXPECT_LT(Serial().write(kPort, "x", 1), 0);
-    EXPECT_EQ(Serial().isOpen(kPort), 1); // until it is closed
+    EXPECT_EQ(Serial().isOpen(kPort), 1);  // until it is closed
     EXPECT_EQ(Serial().close(kPort), 0);
 }
 
@@ -380,7 +380,7 @@ TEST_F(Serial_, PortsDoNotWaitForEachOther)
     Open(0.0);
     ASSERT_EQ(Serial().open(kOtherPort, 9600), 0);
     std::future<std::string> reader = std::async(std::launch::async, [&] { return Read(1); });
-    EXPECT_EQ(Serial().write(kOtherPort, "m", 1), 1); // while the other port waits for ever
+    EXPECT_EQ(Serial().write(kOtherPort, "m", 1), 1);  // while the other port waits for ever
     EXPECT_EQ(motor.Receive(1), "m");
     laser.Send("l");
     EXPECT_EQ(reader.get(), "l");

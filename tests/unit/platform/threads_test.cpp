@@ -96,11 +96,11 @@ TEST(Pool, WaitReturnsAtOnceForAFunctionThatHasEnded)
 
 TEST(Pool, ReleaseForgetsTheIdAndDoesNotWait)
 {
-    static Gate &gate = *new Gate; // nothing tells when a released function has left it
+    static Gate &gate = *new Gate;  // nothing tells when a released function has left it
     int id = 0;
     ASSERT_EQ(Threads().schedule(PassGate, &gate, &id), 0);
     gate.entered.WaitFor();
-    EXPECT_EQ(Threads().release(id), 0); // it runs on
+    EXPECT_EQ(Threads().release(id), 0);  // it runs on
     EXPECT_LT(Threads().wait(id), 0);
     EXPECT_LT(Threads().release(id), 0);
     gate.open.Set();
@@ -130,7 +130,7 @@ TEST(Pool, GrowsSoThatFunctionsThatNeverEndHoldUpNoOther)
     for (int i = 0; i < kBlocked; ++i)
         ASSERT_EQ(Threads().schedule(PassGate, &gates[i], &ids[i]), 0);
     for (Gate &gate : gates)
-        gate.entered.WaitFor(); // all of them run at the same time
+        gate.entered.WaitFor();  // all of them run at the same time
     for (Gate &gate : gates)
         gate.open.Set();
     for (const int id : ids) {
@@ -187,7 +187,7 @@ struct TimerSeen
     Event ticks;
     Event discards;
     std::atomic<int> lastId{0};
-    std::atomic<int> others{0}; // arguments that were not as told
+    std::atomic<int> others{0};  // arguments that were not as told
 };
 
 static int SeeTimer(int reserved, int timerId, int event, void *data, int eventData1,
@@ -215,7 +215,7 @@ TEST(Timer, TicksUntilDiscarded)
     EXPECT_EQ(seen.others, 0);
 
     TimerSeen
-        other; // its ticks show that the timer thread went on, and left the discarded one alone
+        other;  // its ticks show that the timer thread went on, and left the discarded one alone
     const int otherId = Threads().startTimer(0.001, SeeTimer, &other);
     other.ticks.WaitFor(3);
     EXPECT_EQ(seen.ticks.Count(), ticks);
@@ -267,7 +267,7 @@ TEST(Timer, LateTicksAreCaughtUp)
         [](int, int, int event, void *data, int, int) {
             Late &seen = *static_cast<Late *>(data);
             if (event != ZVK_EVENT_TIMER_TICK) return 0;
-            if (seen.ticks == 0) // the first tick takes as long as ten
+            if (seen.ticks == 0)  // the first tick takes as long as ten
                 while (Clock().timer() < seen.start + 11 * kIntervalS)
                     Clock().breathe();
             ++seen.ticks;
