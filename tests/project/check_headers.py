@@ -9,13 +9,13 @@ from pathlib import Path
 def main():
     include, cc, cxx = sys.argv[1:]
     failed = 0
-    headers = sorted(Path(include, "quorvex").glob("*.h"))
+    headers = sorted(Path(include).glob("*/*.h"))
     for header in headers:
         for compiler, language, standard in ((cc, "c", "c11"), (cxx, "c++", "c++20")):
             result = subprocess.run(
                 [compiler, "-x", language, f"-std={standard}", "-Wall", "-Wextra", "-Wpedantic", "-Werror",
                  "-fsyntax-only", "-I", include, "-"],
-                input=f"#include <quorvex/{header.name}>\nint quorvex_header_test;\n",
+                input=f"#include <{header.parent.name}/{header.name}>\nint quorvex_header_test;\n",
                 capture_output=True, text=True)
             if result.returncode != 0:
                 failed += 1

@@ -1,12 +1,7 @@
 #include "card_fixture.h"
 
+#include <chrono>
 #include <cmath>
-
-constexpr int32_t kVolts = 10348;
-constexpr int32_t kRising = 10280;
-constexpr int32_t kContinuous = 10123;
-constexpr int32_t kAttributeRegeneration = 0x1453;
-constexpr int32_t kNoRegeneration = 10158;
 
 ZVC_Task MakeStream(const StreamSettings &settings)
 {
@@ -19,6 +14,69 @@ ZVC_Task MakeStream(const StreamSettings &settings)
         EXPECT_EQ(DAQmxSetWriteAttribute(task, kAttributeRegeneration, kNoRegeneration), 0);
     }
     return task;
+}
+
+ZVC_Task StartStream(const StreamSettings &settings)
+{
+    ZVC_Task task = MakeStream(settings);
+    EXPECT_EQ(WriteSteps(task, static_cast<int32_t>(settings.samples)), 0);
+    EXPECT_EQ(DAQmxStartTask(task), 0);
+    return task;
+}
+
+ZVC_Task MakeInput(const char *channels, uint64_t samples, double rate, int32_t mode)
+{
+    ZVC_Task task = nullptr;
+    EXPECT_EQ(DAQmxCreateTask("", &task), 0);
+    EXPECT_EQ(
+        DAQmxCreateAIVoltageChan(task, channels, "", kDifferential, -10.0, 10.0, kVolts, nullptr),
+        0);
+    if (samples > 0) {
+        EXPECT_EQ(DAQmxCfgSampClkTiming(task, "", rate, kRising, mode, samples), 0);
+    }
+    return task;
+}
+
+ZVC_Task MakeLines(const char *lines)
+{
+    ZVC_Task task = nullptr;
+    EXPECT_EQ(DAQmxCreateTask("", &task), 0);
+    EXPECT_EQ(DAQmxCreateDOChan(task, lines, "", kForAllLines), 0);
+    EXPECT_EQ(DAQmxStartTask(task), 0);
+    return task;
+}
+
+std::vector<double> ReadSamples(ZVC_Task task, int32_t count, int32_t expectedResult,
+                                double timeoutS, int32_t layout)
+{
+    const auto channels = static_cast<size_t>(InfoOf(task).channelCount);
+    std::vector<double> volts(static_cast<size_t>(count) * channels, -99.0);
+    int32_t read = -1;
+    EXPECT_EQ(DAQmxReadAnalogF64(task, count, timeoutS, static_cast<uint32_t>(layout), volts.data(),
+                                 static_cast<uint32_t>(volts.size()), &read, nullptr),
+              expectedResult);
+    volts.resize(static_cast<size_t>(read) * channels);
+    return volts;
+}
+
+void Gate::Open()
+{
+    const std::lock_guard<std::mutex> lock(m_guard);
+    m_open = true;
+    m_changed.notify_all();
+}
+
+void Gate::Pass()
+{
+    std::unique_lock<std::mutex> lock(m_guard);
+    m_changed.wait(lock, [this] { return m_open; });
+}
+
+bool Gate::PassWithin(double wallSeconds)
+{
+    std::unique_lock<std::mutex> lock(m_guard);
+    return m_changed.wait_for(lock, std::chrono::duration<double>(wallSeconds),
+                              [this] { return m_open; });
 }
 
 int32_t WriteSteps(ZVC_Task task, int32_t count, int32_t from, double timeoutS)
