@@ -135,7 +135,7 @@ TEST_F(DaqCardPace, InFastPaceAReadJumpsToItsLastSample)
     ASSERT_EQ(ZVC_SetPace(ZVC_PACE_FAST), ZVC_OK);
     ASSERT_EQ(ZVC_SetRamp("Dev1/ai0", 0.0, 1.0), ZVC_OK);
     ZVC_Task task = MakeInput("Dev1/ai0", 3600000);
-    EXPECT_EQ(ReadSamples(task, 1800000).back(), 1799999.0);
+    EXPECT_EQ(ReadSamples(task, 1800000, 0, -1.0).back(), 1799999.0);
     EXPECT_DOUBLE_EQ(ZVC_Now(), 1800.0);  // half an hour
 }
 

@@ -80,7 +80,7 @@ int32_t DAQmxSetChanAttribute(ZVC_Task taskHandle, const char *channel, int32_t 
 {
     va_list list;
     va_start(list, attribute);
-    const int32_t value = va_arg(list, int32_t); // both known ones have 32 bits
+    const int32_t value = va_arg(list, int32_t);  // both known ones have 32 bits
     va_end(list);
     return RunCall(kCallSetChanAttribute, taskHandle, {channel, AsHex(attribute), value},
                    [&](Guard &, Task &task) -> int32_t {
@@ -89,8 +89,7 @@ int32_t DAQmxSetChanAttribute(ZVC_Task taskHandle, const char *channel, int32_t 
                            return SetTransferCondition(task, channel, value);
                        case kAttributeUsbRequestSize:
                            return SetUsbRequestSize(task, channel, static_cast<uint32_t>(value));
-                       default:
-                           return kAttributeNotSupported;
+                       default: return kAttributeNotSupported;
                        }
                    });
 }
@@ -124,12 +123,9 @@ int32_t DAQmxSetWriteAttribute(ZVC_Task taskHandle, int32_t attribute, ...)
     return RunCall(kCallSetWriteAttribute, taskHandle, {AsHex(attribute), value},
                    [&](Guard &, Task &task) -> int32_t {
                        switch (attribute) {
-                       case kAttributeRegeneration:
-                           return SetRegeneration(task, value);
-                       case kAttributeRelativeTo:
-                           return SetRelativeTo(task, value);
-                       default:
-                           return kAttributeNotSupported;
+                       case kAttributeRegeneration: return SetRegeneration(task, value);
+                       case kAttributeRelativeTo: return SetRelativeTo(task, value);
+                       default: return kAttributeNotSupported;
                        }
                    });
 }
@@ -144,7 +140,7 @@ int32_t DAQmxSetTrigAttribute(ZVC_Task taskHandle, int32_t attribute, ...)
                    [&](Guard &, Task &task) -> int32_t {
                        if (attribute != kAttributeStartTrigger) return kAttributeNotSupported;
                        if (task.state != TaskState::idle) return kTaskRunning;
-                       if (value != kNoTrigger) // an edge is set together with its terminal
+                       if (value != kNoTrigger)  // an edge is set together with its terminal
                            return Refuse(kBadValue, "Type of the start trigger.");
                        task.triggerSource.clear();
                        task.triggerEdge = 0;

@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
-constexpr long kLargestLogFile = 64L * 1024 * 1024; // bytes, then it begins anew beside ".1"
+constexpr long kLargestLogFile = 64L * 1024 * 1024;  // bytes, then it begins anew beside ".1"
 
 static const char *const kCallNames[] = {
 #define X(name) "DAQmx" #name,
@@ -20,12 +20,9 @@ static const char *const kCallNames[] = {
 
 // What the call that this thread is in has to add to its line and its text.
 static thread_local char t_sentence[512];
-static thread_local int64_t t_samples = -1; // -1: nothing to tell
+static thread_local int64_t t_samples = -1;  // -1: nothing to tell
 
-const char *CallName(Call call)
-{
-    return kCallNames[call];
-}
+const char *CallName(Call call) { return kCallNames[call]; }
 
 int CallByName(const char *name)
 {
@@ -43,14 +40,11 @@ Argument AsHex(int32_t value)
 
 int32_t Refuse(int32_t code, const std::string &sentence)
 {
-    (void)std::snprintf(t_sentence, sizeof t_sentence, "%s", sentence.c_str()); // cut if need be
+    (void)std::snprintf(t_sentence, sizeof t_sentence, "%s", sentence.c_str());  // cut if need be
     return code;
 }
 
-void NoteSamples(uint64_t samples)
-{
-    t_samples = static_cast<int64_t>(samples);
-}
+void NoteSamples(uint64_t samples) { t_samples = static_cast<int64_t>(samples); }
 
 void BeginCall()
 {
@@ -93,16 +87,12 @@ static void AppendNumber(std::string &line, auto value, auto... base)
 static void AppendArgument(std::string &line, const Argument &argument)
 {
     switch (argument.kind) {
-    case Argument::Kind::whole:
-        AppendNumber(line, argument.whole);
-        break;
+    case Argument::Kind::whole: AppendNumber(line, argument.whole); break;
     case Argument::Kind::hex:
         line += "0x";
         AppendNumber(line, argument.whole, 16);
         break;
-    case Argument::Kind::real:
-        AppendNumber(line, argument.real);
-        break;
+    case Argument::Kind::real: AppendNumber(line, argument.real); break;
     case Argument::Kind::text:
         if (argument.text) {
             line += '"';
@@ -159,7 +149,7 @@ struct LogFile
     bool looked = false;
 };
 
-static LogFile s_logFile; // under the card's guard
+static LogFile s_logFile;  // under the card's guard
 
 static void OpenLogFile(LogFile &log)
 {
@@ -177,7 +167,7 @@ static void TurnLogFile(LogFile &log)
     if (log.size < kLargestLogFile) return;
     (void)std::fclose(log.file);
     const std::string older = std::string(log.path) + ".1";
-    (void)std::rename(log.path, older.c_str()); // what was there before goes
+    (void)std::rename(log.path, older.c_str());  // what was there before goes
     OpenLogFile(log);
 }
 
@@ -212,7 +202,7 @@ void EndCall(Card &card, Call call, const Task *task, const Arguments &arguments
     }
     try {
         Log(card, MakeLine(call, task, arguments, result));
-    } catch (const std::bad_alloc &) { // the line is lost, the call is not
+    } catch (const std::bad_alloc &) {  // the line is lost, the call is not
     }
     TellChange(card);
 }

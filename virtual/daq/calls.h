@@ -45,7 +45,7 @@ enum Call : int
 static_assert(kCalls <= kMostCalls);
 
 const char *CallName(Call call);
-int CallByName(const char *name); // -1: none
+int CallByName(const char *name);  // -1: none
 
 // One argument of a call as it stands in the log.
 struct Argument
@@ -80,7 +80,7 @@ void NoteSamples(uint64_t samples);
 
 // The three parts around a call's own work. Under the guard.
 void BeginCall();
-int32_t TakeFault(Card &card, Call call); // counts the use
+int32_t TakeFault(Card &card, Call call);  // counts the use
 void EndCall(Card &card, Call call, const Task *task, const Arguments &arguments, int32_t result);
 int32_t EndWithoutMemory(Card &card, Call call);
 

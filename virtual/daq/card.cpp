@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
-constexpr double kStandardRate = 1e6; // Hz
+constexpr double kStandardRate = 1e6;  // Hz
 constexpr uint32_t kStandardMemory = 8191;
 constexpr uint64_t kStandardTrack = 1U << 21;
 constexpr uint64_t kStandardLog = 10000;
@@ -62,10 +62,10 @@ static void SayGoodbye()
 
 static Card *MakeCard()
 {
-    Card *card = new Card; // never deleted
+    Card *card = new Card;  // never deleted
     SetDefaults(*card);
     RestartTime(*card, PaceOfEnvironment());
-    (void)std::atexit(SayGoodbye); // without it the end is as any driver's
+    (void)std::atexit(SayGoodbye);  // without it the end is as any driver's
     return card;
 }
 

@@ -113,7 +113,7 @@ static int32_t AddAnalog(Card &card, Task &task, const AnalogWish &wish)
     }
     task.channels = std::move(channels);
     task.kind = wish.kind;
-    task.buffer.clear(); // it was made for fewer channels
+    task.buffer.clear();  // it was made for fewer channels
     task.bufferSize = 0;
     task.filled = 0;
     task.written = 0;

@@ -9,7 +9,7 @@
 
 using WallClock = std::chrono::steady_clock;
 
-constexpr double kLongestS = 1e15; // what is beyond never comes
+constexpr double kLongestS = 1e15;  // what is beyond never comes
 constexpr auto kLongestSleep = std::chrono::hours(1);
 constexpr WallClock::duration kPatience = std::chrono::seconds(10);
 constexpr WallClock::duration kShortPatience = std::chrono::milliseconds(1);
@@ -64,10 +64,7 @@ CardTime DeadlineAfter(const Card &card, double timeoutS)
     return timeoutS < 0.0 || duration == kNever ? kNever : NowAt(card) + duration;
 }
 
-bool IsLate(const Card &card, const Wait &wait)
-{
-    return NowAt(card) >= wait.deadline;
-}
+bool IsLate(const Card &card, const Wait &wait) { return NowAt(card) >= wait.deadline; }
 
 void TellChange(Card &card)
 {
@@ -86,7 +83,7 @@ static void SleepUntil(Guard &guard, Card &card, CardTime due)
     if (ahead <= 0) return;
     const CardTime longest = std::chrono::nanoseconds(kLongestSleep).count();
     const auto sleep = std::chrono::nanoseconds(static_cast<int64_t>(std::min(ahead, longest)));
-    (void)card.changed.wait_until(guard, WallClock::now() + sleep); // the caller looks again
+    (void)card.changed.wait_until(guard, WallClock::now() + sleep);  // the caller looks again
 }
 
 static void Enter(Card &card, Wait &wait)
@@ -160,7 +157,7 @@ static bool CallbackInside(const Card &card)
 
 static int32_t AdvanceTo(Guard &guard, Card &card, CardTime end)
 {
-    card.rested.wait(guard, [&] { return !card.advancing; }); // one at a time
+    card.rested.wait(guard, [&] { return !card.advancing; });  // one at a time
     card.advancing = true;
     bool allReturned = true;
     while (true) {

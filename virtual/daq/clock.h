@@ -9,13 +9,13 @@
 extern thread_local bool t_onEventThread;
 
 CardTime NowAt(const Card &card);
-void MoveTo(Card &card, CardTime time); // forward only; nothing in real pace
+void MoveTo(Card &card, CardTime time);  // forward only; nothing in real pace
 void SetPace(Card &card, int32_t pace);
-void RestartTime(Card &card, int32_t pace); // from 0
+void RestartTime(Card &card, int32_t pace);  // from 0
 
 double ToSeconds(CardTime time);
-CardTime FromSeconds(double seconds);                      // negative and not-a-number: 0
-CardTime DeadlineAfter(const Card &card, double timeoutS); // negative: never
+CardTime FromSeconds(double seconds);                       // negative and not-a-number: 0
+CardTime DeadlineAfter(const Card &card, double timeoutS);  // negative: never
 
 // Waits until something may have changed, or card time has come to what `wait` names: its due time
 // or its deadline. In fast pace it moves card time there instead. The caller looks again and, if

@@ -61,7 +61,7 @@ int32_t StartEventThread(Card &card, const std::shared_ptr<Task> &task)
     } catch (const std::system_error &) {
         return kOutOfMemory;
     }
-    ++card.eventThreads; // it can't have got further than the guard, which we hold
+    ++card.eventThreads;  // it can't have got further than the guard, which we hold
     task->hasThread = true;
     return 0;
 }

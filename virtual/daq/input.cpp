@@ -12,7 +12,7 @@
 #include <algorithm>
 #include <limits>
 
-constexpr uint64_t kPieceSize = 4096; // samples of one channel asked for at once
+constexpr uint64_t kPieceSize = 4096;  // samples of one channel asked for at once
 
 // The card makes the buffer of a continuous input no smaller than the rate calls for.
 static uint64_t SmallestBuffer(double rate)
@@ -32,12 +32,12 @@ uint32_t InputBufferSize(const Task &task)
 
 struct ReadWish
 {
-    bool all = false;   // what there is
-    uint64_t count = 0; // samples a channel
+    bool all = false;    // what there is
+    uint64_t count = 0;  // samples a channel
     double timeoutS = 0.0;
     bool byScan = false;
     double *samples = nullptr;
-    uint64_t room = 0; // doubles
+    uint64_t room = 0;  // doubles
 };
 
 static CardTime SamplesDue(const Wait &wait)
@@ -74,10 +74,10 @@ static int32_t WaitForSamples(Guard &guard, Card &card, Task &task, const ReadWi
 
 struct Delivery
 {
-    uint64_t first = 0;  // of the run
-    uint64_t count = 0;  // samples a channel
-    double startS = 0.0; // of the first one
-    double rate = 0.0;   // Hz, 0: on demand
+    uint64_t first = 0;   // of the run
+    uint64_t count = 0;   // samples a channel
+    double startS = 0.0;  // of the first one
+    double rate = 0.0;    // Hz, 0: on demand
 };
 
 static void AskSource(const Source &source, const std::string &channel, const Delivery &delivery,
@@ -168,7 +168,7 @@ static int32_t ReadOnDemand(Guard &guard, Card &card, Task &task, const ReadWish
     const uint64_t stops = task.stops;
     Deliver(guard, card, task, wish, delivery);
     done = count;
-    if (wasIdle && task.stops == stops && !task.cleared) (void)Stop(card, task); // has no warning
+    if (wasIdle && task.stops == stops && !task.cleared) (void)Stop(card, task);  // has no warning
     return 0;
 }
 

@@ -5,6 +5,6 @@
 
 #include "card.h"
 
-uint32_t InputBufferSize(const Task &task); // samples a channel
+uint32_t InputBufferSize(const Task &task);  // samples a channel
 
 #endif

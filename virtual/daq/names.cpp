@@ -10,7 +10,7 @@
 constexpr uint32_t kAnalogInputs = 80;
 constexpr uint32_t kAnalogOutputs = 32;
 constexpr uint32_t kPorts = 12;
-constexpr uint32_t kLines = 32; // of a port
+constexpr uint32_t kLines = 32;  // of a port
 constexpr uint32_t kTerminalNumbers = 16;
 
 static bool IsLetterOrDigit(char c)
@@ -83,7 +83,7 @@ static bool ReadRange(std::string text, const char *prefix, uint32_t limit,
     uint32_t last = first;
     if (colon != std::string::npos) {
         std::string end = text.substr(colon + 1);
-        (void)TakePrefix(end, prefix); // may be left out
+        (void)TakePrefix(end, prefix);  // may be left out
         if (!ReadNumber(end, last) || last >= limit) return false;
     }
     numbers = {first};
@@ -162,8 +162,7 @@ static bool AddChannels(const std::string &item, ChannelKind kind,
         return true;
     case ChannelKind::analogOutput:
         return AddNumbered(device, rest, "ao", kAnalogOutputs, channels);
-    case ChannelKind::line:
-        return AddLines(device, rest, channels);
+    case ChannelKind::line: return AddLines(device, rest, channels);
     }
     return false;
 }
@@ -217,7 +216,7 @@ std::string TerminalKey(const char *terminal)
 bool IsTerminal(const char *terminal)
 {
     const std::string key = TerminalKey(terminal);
-    if (IsKnownTerminal(key)) return true; // without device
+    if (IsKnownTerminal(key)) return true;  // without device
     const size_t slash = key.find('/');
     return slash != std::string::npos && IsDevice(key.substr(0, slash)) &&
            IsKnownTerminal(key.substr(slash + 1));

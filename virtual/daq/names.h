@@ -16,11 +16,11 @@ enum class ChannelKind : uint8_t
 
 struct PhysicalChannel
 {
-    std::string device;  // as written
-    std::string text;    // "Dev1/ao0", "Dev1/port0/line3"
-    std::string key;     // the same in lower case
-    std::string portKey; // of a line: "dev1/port0"
-    uint32_t line = 0;   // of a line: its number
+    std::string device;   // as written
+    std::string text;     // "Dev1/ao0", "Dev1/port0/line3"
+    std::string key;      // the same in lower case
+    std::string portKey;  // of a line: "dev1/port0"
+    uint32_t line = 0;    // of a line: its number
 };
 
 // Takes a list such as "Dev1/ao0:2, /Dev1/ao5" apart, in its order. False: it is not one, or not of

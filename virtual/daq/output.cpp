@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <cmath>
 
-constexpr uint64_t kLargestBuffer = 1ULL << 27; // samples over all channels, 1 GiB
+constexpr uint64_t kLargestBuffer = 1ULL << 27;  // samples over all channels, 1 GiB
 constexpr double kConverterSteps = 65536.0;
 
 uint64_t WantedBufferSize(const Task &task)
@@ -41,7 +41,7 @@ void AppendToTrack(const Card &card, OutputTrack &track, const double *samples, 
                    uint64_t count)
 {
     const uint64_t length = card.trackLength;
-    const uint64_t skipped = count > length ? count - length : 0; // would be overwritten at once
+    const uint64_t skipped = count > length ? count - length : 0;  // would be overwritten at once
     for (uint64_t i = skipped; i < count; ++i) {
         const uint64_t place = (track.written + i - track.ringBase) % length;
         if (place >= track.ring.size()) track.ring.resize(place + 1);
@@ -52,7 +52,7 @@ void AppendToTrack(const Card &card, OutputTrack &track, const double *samples, 
 
 struct WriteWish
 {
-    uint64_t count; // samples a channel
+    uint64_t count;  // samples a channel
     bool autoStart;
     double timeoutS;
     bool byScan;
@@ -70,7 +70,7 @@ static const double *SampleOf(const WriteWish &wish, const Task &task, size_t ch
 static bool FitsRange(double volts, const Channel &channel)
 {
     const double step = (channel.max - channel.min) / kConverterSteps;
-    return volts >= channel.min - step && volts <= channel.max + step; // false for not-a-number
+    return volts >= channel.min - step && volts <= channel.max + step;  // false for not-a-number
 }
 
 static int32_t CheckVolts(const Task &task, const WriteWish &wish)
@@ -132,7 +132,7 @@ static CardTime RoomDue(const Wait &wait)
     const Task &task = *wait.task;
     if (task.cleared || task.stops != wait.stops || task.state == TaskState::failed) return 0;
     if (task.bufferSize == 0 || Room(task) >= wait.count) return 0;
-    if (!IsStarted(task)) return kNever; // unless somebody starts it
+    if (!IsStarted(task)) return kNever;  // unless somebody starts it
     return TimeOfCount(task, task.written + wait.count - task.bufferSize);
 }
 
@@ -163,7 +163,7 @@ static int32_t CopyAll(Guard &guard, Card &card, Task &task, const WriteWish &wi
         if (done == wish.count) return 0;
         int32_t result = 0;
         if (wish.autoStart && task.state == TaskState::idle)
-            result = Start(card, FindTask(card, task.handle)); // else there would never be room
+            result = Start(card, FindTask(card, task.handle));  // else there would never be room
         else
             result = WaitForRoom(guard, task, wait, wish.count - done);
         if (result < 0) return result;

@@ -202,7 +202,7 @@ int32_t ZVC_GetTask(int32_t index, ZVC_TaskInfo *info)
     if (index < 0 || static_cast<size_t>(index) >= card.tasks.size()) return ZVC_NOT_THERE;
     try {
         SettleAll(card);
-        auto place = card.tasks.begin(); // in the order of their handles, that is of creation
+        auto place = card.tasks.begin();  // in the order of their handles, that is of creation
         std::advance(place, index);
         *info = Describe(*place->second);
         return ZVC_OK;

@@ -15,10 +15,7 @@ bool IsStarted(const Task &task)
     return task.state == TaskState::armed || task.state == TaskState::running;
 }
 
-bool Regenerates(const Task &task)
-{
-    return task.regeneration != kNoRegeneration;
-}
+bool Regenerates(const Task &task) { return task.regeneration != kNoRegeneration; }
 
 uint64_t ShareOfMemory(const Card &card, const Task &task)
 {
@@ -107,7 +104,7 @@ static void SettleOutput(Card &card, Task &task)
 static void SettleInput(Card &card, Task &task)
 {
     task.moved = Limited(task, CountAt(task, NowAt(card)));
-    if (task.mode == kFinite) return; // its buffer takes all of it
+    if (task.mode == kFinite) return;  // its buffer takes all of it
     if (task.moved - task.taken <= task.bufferSize) return;
     if (card.pace == ZVC_PACE_FAST) {
         HoldClock(card, task, task.taken + task.bufferSize);
@@ -169,9 +166,9 @@ void EndRun(Task &task)
     ++task.stops;
     task.state = TaskState::idle;
     task.failure = 0;
-    task.eventsPending = 0; // a stop discards them
+    task.eventsPending = 0;  // a stop discards them
     task.written = 0;
-    if (!Regenerates(task)) task.filled = 0; // what was not played is gone
+    if (!Regenerates(task)) task.filled = 0;  // what was not played is gone
 }
 
 const Task *FindRunning(const Card &card, const char *channel)

@@ -7,7 +7,7 @@
 #include "card.h"
 
 // Sample i counts as done at the end of its period, (i + 1) periods after the start.
-CardTime TimeOfCount(const Task &task, uint64_t count); // when so many samples are done
+CardTime TimeOfCount(const Task &task, uint64_t count);  // when so many samples are done
 uint64_t CountAt(const Task &task, CardTime time);
 
 void StartRun(Card &card, Task &task);
@@ -21,7 +21,7 @@ void SettleAll(Card &card);
 // The started task with a sample clock that owns a channel, null if none does.
 const Task *FindRunning(const Card &card, const char *channel);
 
-bool IsStarted(const Task &task); // armed or running
+bool IsStarted(const Task &task);  // armed or running
 bool Regenerates(const Task &task);
 // Samples a channel of the on-board memory of this task.
 uint64_t ShareOfMemory(const Card &card, const Task &task);

@@ -7,10 +7,7 @@
 #include <cmath>
 #include <new>
 
-static bool IsRate(double hertz)
-{
-    return std::isfinite(hertz) && hertz > 0.0;
-}
+static bool IsRate(double hertz) { return std::isfinite(hertz) && hertz > 0.0; }
 
 int32_t ZVC_SetDevices(const char *devices)
 {

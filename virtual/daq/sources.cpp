@@ -25,7 +25,7 @@ static void FillConstant(const ZVC_Block *block, double *volts, void *data)
 
 static void FillSine(const ZVC_Block *block, double *volts, void *data)
 {
-    const auto *values = static_cast<const double *>(data); // offset, amplitude, hertz, phase
+    const auto *values = static_cast<const double *>(data);  // offset, amplitude, hertz, phase
     for (uint32_t i = 0; i < block->count; ++i) {
         // Whole turns are left out first: the argument stays small however late it is.
         const double turns = std::fmod(values[2] * SecondsAt(*block, i), 1.0);
@@ -35,7 +35,7 @@ static void FillSine(const ZVC_Block *block, double *volts, void *data)
 
 static void FillRamp(const ZVC_Block *block, double *volts, void *data)
 {
-    const auto *values = static_cast<const double *>(data); // from, per sample
+    const auto *values = static_cast<const double *>(data);  // from, per sample
     for (uint32_t i = 0; i < block->count; ++i)
         volts[i] = values[0] + values[1] * static_cast<double>(block->firstSample + i);
 }
@@ -117,7 +117,7 @@ static int32_t PutSources(const char *channels, const std::shared_ptr<Source> &s
     std::vector<std::shared_ptr<Source>> replaced;
     for (const PhysicalChannel &channel : list)
         PutSource(card, channel.key, source, replaced);
-    if (t_insideSource) return ZVC_OK; // waiting for ourselves would never end
+    if (t_insideSource) return ZVC_OK;  // waiting for ourselves would never end
     card.rested.wait(guard, [&] {
         return std::all_of(replaced.begin(), replaced.end(),
                            [&](const auto &old) { return old->inUse == 0 || old == source; });

@@ -112,7 +112,7 @@ int32_t Stop(Card &card, Task &task)
 
 void Clear(Card &card, Task &task)
 {
-    (void)Stop(card, task); // that samples are left is no matter here
+    (void)Stop(card, task);  // that samples are left is no matter here
     Release(card, task);
     task.cleared = true;
     task.event.callback = nullptr;

@@ -7,6 +7,6 @@
 
 int32_t Start(Card &card, const std::shared_ptr<Task> &task);
 int32_t Stop(Card &card, Task &task);
-void Clear(Card &card, Task &task); // the record lives on as long as somebody holds it
+void Clear(Card &card, Task &task);  // the record lives on as long as somebody holds it
 
 #endif

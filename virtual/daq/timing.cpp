@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <cmath>
 
-constexpr double kMaxOutputRate = 1e6; // Hz, for each channel
+constexpr double kMaxOutputRate = 1e6;  // Hz, for each channel
 
 double MaxRate(const Card &card, const Task &task)
 {

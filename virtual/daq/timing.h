@@ -5,8 +5,8 @@
 
 #include "card.h"
 
-double MaxRate(const Card &card, const Task &task); // Hz
-double RealRate(const Card &card, double wanted);   // Hz, as divided from the timebase
+double MaxRate(const Card &card, const Task &task);  // Hz
+double RealRate(const Card &card, double wanted);    // Hz, as divided from the timebase
 int32_t CheckRate(const Card &card, const Task &task, double rate);
 
 #endif

@@ -54,7 +54,8 @@ extern "C"
     };
 
     /*
-     * Sets how card time passes. It goes on from where it is, or begins again at 0 while no task is open.
+     * Sets how card time passes. It goes on from where it is, or begins again at 0 while no task is
+     * open.
      *
      * ZVC_PACE_REAL    with the wall clock.
      * ZVC_PACE_FAST    as fast as the program allows, without sleeping: a call that waits moves
