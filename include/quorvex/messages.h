@@ -22,8 +22,7 @@
 
 ZVK_EXTERN_C_BEGIN
 
-/** Results of the calls below: 0 success, negative error, positive for a call that has worked in
- * part. */
+/** Results: 0 success, negative error, positive for a call that has worked in part. */
 enum
 {
     ZVK_MESSAGES_OK = 0,

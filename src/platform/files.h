@@ -23,14 +23,16 @@ enum ZVK_Access
     ZVK_ACCESS_WRITABLE = 1
 };
 
-// open gives a file number of 0 or more; read and write give the bytes done, where read gives 0 at
-// the end of the file and write always does all or fails. A negative result is a failure, 0 from
-// the others is success. sync returns once the bytes are on the disk; syncFolder does the same for
-// the folder entry of `path`, so that a rename survives a power cut. copyMode gives `to` the
-// permissions, and as far as this user may the owner, of `from`, for a file that takes the place of
-// another one. access tells whether the contents of `path` may be replaced: ZVK_ACCESS_READ_ONLY is
-// a file that nobody has permission to write (also when the caller is an administrator, whom
-// nothing stops), one that this user may not write, and whatever isn't a plain file.
+// A negative result is a failure; 0 from a call that gives no number is success.
+// - open: gives a file number of 0 or more. To read, it has to be a plain file.
+// - read, write: give the bytes done. read gives 0 at the end of the file; write does all or fails.
+// - sync: returns once the bytes are on the disk. syncFolder: does the same for the folder entry of
+//   `path`, so that a rename survives a power cut.
+// - copyMode: gives `to` the permissions, and as far as this user may the owner, of `from`, for a
+//   file that takes the place of another one.
+// - access: tells whether the contents of `path` may be replaced. ZVK_ACCESS_READ_ONLY is a
+//   file that nobody has permission to write (also when the caller is an administrator, whom
+//   nothing stops), one that this user may not write, and whatever isn't a plain file.
 #define ZVK_FILE_CALLS(X)                                                                          \
     X(open, int(const char *path, ZVK_OpenMode mode))                                              \
     X(size, int64_t(int file))                                                                     \

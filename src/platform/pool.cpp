@@ -4,7 +4,7 @@
 #include "platform/thread_backends.h"
 
 #include <condition_variable>
-#include <deque>
+#include <list>
 #include <map>
 #include <mutex>
 #include <new>
@@ -35,7 +35,7 @@ struct Pool
     std::mutex guard;  // of all below
     std::condition_variable jobAdded;
     std::condition_variable jobEnded;
-    std::deque<PoolJob> queue;
+    std::list<PoolJob> queue;
     std::map<int, JobRecord> records;  // of each id that is in use
     size_t idle = 0;                   // threads that wait for a job
     int lastId = 0;
@@ -43,8 +43,8 @@ struct Pool
 
 static Pool &ThePool()
 {
-    static Pool *const pool = new Pool;
-    return *pool;
+    static NeverDestroyed<Pool> pool;
+    return pool.Get();
 }
 
 // Ids start again after the largest one, and one that is still in use is left out.

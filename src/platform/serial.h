@@ -8,11 +8,17 @@
 #include <cstdint>
 #include <type_traits>
 
-// open: 8 data bits, no parity, one stop bit, no flow control; opening an open port closes it
-// first. isOpen: 1 or 0. setTimeout: seconds of silence after which a read ends; 0 waits for ever.
-// read: up to `count` bytes; ends early when nothing arrives for a whole time-out. readLine: the
-// same, but ends behind the termination byte, which is neither stored nor counted. Both give the
-// bytes stored; no terminator is added. Negative results are failures.
+// - open: 8 data bits, no parity, one stop bit, no flow control, a time-out of 5 s; what came in
+//   before is dropped; opening an open port closes it first.
+// - isOpen: 1 or 0.
+// - setTimeout: seconds of silence after which a read ends; 0 waits for ever.
+// - write: gives the bytes that are out, fewer than told when the device took none for a whole
+//   time-out.
+// - read: up to `count` bytes; ends early when nothing arrives for a whole time-out. Gives the
+//   bytes stored; no terminator is added.
+// - readLine: the same, but ends behind the termination byte, which is neither stored nor counted;
+//   a carriage return right behind a line feed goes with it.
+// Negative results are failures: the port isn't open, or its device is gone.
 #define ZVK_SERIAL_CALLS(X)                                                                        \
     X(open, int(int port, int baudRate))                                                           \
     X(isOpen, int(int port))                                                                       \

@@ -6,6 +6,21 @@
 
 #include "platform/threads.h"
 
+#include <new>
+
+// Room for a record that is made on first use and never destroyed. It takes no memory from the
+// heap.
+template <class Record>
+class NeverDestroyed
+{
+public:
+    NeverDestroyed() { ::new (static_cast<void *>(m_room)) Record; }
+    Record &Get() { return *std::launder(reinterpret_cast<Record *>(m_room)); }
+
+private:
+    alignas(Record) unsigned char m_room[sizeof(Record)];
+};
+
 int PoolSchedule(ZVK_PoolFunction function, void *data, int *functionId);
 int PoolWait(int functionId);
 int PoolRelease(int functionId);

@@ -18,12 +18,15 @@ typedef int (*ZVK_TimerCallback)(int reserved, int timerId, int event, void *cal
                                  int eventData1, int eventData2);
 typedef int (*ZVK_PoolFunction)(void *functionData);
 
-// startTimer: ticks every intervalS seconds for ever, the first one after one interval. An id above
-// 0, or a negative code. discardTimer: sends the discard event and ends the timer; when it returns
-// no callback is running, unless it was called from that callback. 0, or a negative code for an
-// unknown id. schedule: runs the function once on a pool thread; writes an id above 0. 0, or a
-// negative code. release: forgets the id of a pool function; neither stops nor waits for it. wait:
-// returns when the function has ended, with 0, or a negative code for an unknown id.
+// - startTimer: ticks every intervalS seconds for ever, the first one after one interval. An id
+//   above 0, or a negative code.
+// - discardTimer: ends the timer and sends the discard event, from the calling thread; when it
+//   returns no callback is running, unless it was called from that callback. 0, or a negative code
+//   for an unknown id.
+// - schedule: runs the function once on a pool thread; writes an id above 0. 0, or a negative code.
+// - release: forgets the id of a pool function; neither stops nor waits for it.
+// - wait: returns when the function has ended, with 0, or a negative code for an unknown id and for
+//   that of the function that calls it.
 #define ZVK_THREAD_CALLS(X)                                                                        \
     X(startTimer, int(double intervalS, ZVK_TimerCallback callback, void *data))                   \
     X(discardTimer, int(int timerId))                                                              \

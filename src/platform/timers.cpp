@@ -42,8 +42,8 @@ struct TimerThread
 
 static TimerThread &TheTimers()
 {
-    static TimerThread *const timers = new TimerThread;
-    return *timers;
+    static NeverDestroyed<TimerThread> timers;
+    return timers.Get();
 }
 
 static std::map<int, Timer>::iterator EarliestTimer(std::map<int, Timer> &timers)

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -552,6 +553,22 @@ TEST(DISABLED_Role, ForksWhileItListens)
     EXPECT_EQ(ZVK_Messages_Unlisten(called), 0);
 }
 
+TEST(DISABLED_Role, HasNoFileNumbersLeft)
+{
+    const uint32_t id = ZVK_Messages_Register("alone");
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none = {0, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    int32_t listener = 0;
+    EXPECT_EQ(ZVK_Messages_Listen(id, nullptr, nullptr, &listener), ZVK_MESSAGES_ONLY_THIS_PROCESS);
+    EXPECT_GT(listener, 0);
+    EXPECT_EQ(ZVK_Messages_Post(id, 5, 6), ZVK_MESSAGES_ONLY_THIS_PROCESS);
+    EXPECT_EQ(Next(listener), Pair(5, 6));
+    EXPECT_EQ(ZVK_Messages_Unlisten(listener), 0);
+    EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);  // the sanitizers want some at the end
+}
+
 TEST(DISABLED_Role, ListensElsewhere)
 {
     (void)Listen(ZVK_Messages_Register("elsewhere"));
@@ -642,6 +659,12 @@ TEST_F(TwoProcesses, AStoppedProcessMissesMessagesAndHoldsUpNobody)
 TEST_F(TwoProcesses, AForkLeavesTheParentsListenersAlone)
 {
     OtherProcess other("DISABLED_Role.ForksWhileItListens");
+    EXPECT_EQ(other.Wait(), 0);
+}
+
+TEST_F(TwoProcesses, AProcessThatGetsNoSocketHearsItself)
+{
+    OtherProcess other("DISABLED_Role.HasNoFileNumbersLeft");
     EXPECT_EQ(other.Wait(), 0);
 }
 

@@ -12,6 +12,7 @@
 #include <poll.h>
 #include <sys/file.h>
 #include <termios.h>
+#include <type_traits>
 #include <unistd.h>
 
 constexpr int kFailure = -1;
@@ -27,8 +28,7 @@ struct PortRow
     int file = -1;                     // -1: closed
     double timeoutS = kFirstTimeoutS;  // 0: wait for ever
     bool unsentBytes = false;          // a write ended before its bytes were out
-    bool dropCarriageReturn =
-        false;  // the last line ended in LF; a CR right behind it belongs to it
+    bool dropCarriageReturn = false;   // a line ended in LF; a CR right behind belongs to it
 };
 
 struct BaudRate
@@ -43,12 +43,11 @@ constexpr BaudRate kBaudRates[] = {
     {230400, B230400}, {460800, B460800}, {921600, B921600},
 };
 
-// Never destroyed: another thread may be in a read when the process ends.
-static PortRow &Row(int port)
-{
-    static PortRow *const rows = new PortRow[kLastPort];
-    return rows[port - 1];
-}
+// Not destroyed at exit, when another thread may be in a read.
+static_assert(std::is_trivially_destructible_v<PortRow>);
+static constinit PortRow s_rows[kLastPort];
+
+static PortRow &Row(int port) { return s_rows[port - 1]; }
 
 static bool IsPortNumber(int port) { return port >= 1 && port <= kLastPort; }
 
