@@ -5,11 +5,79 @@
 
 ZVK_EXTERN_C_BEGIN
 
-ZVK_API int32_t ZVK_init(const char *rsrcName, uint16_t id_query, uint16_t reset_instr, SessionHandle vi);
+/*
+ * The session: all modules up, all modules down. There is one instrument and one state: the session
+ * value is handed on and never looked at, so that two sessions are the same session.
+ *
+ * Bringing up and shutting down belong to one thread at a time, with no other call under way.
+ */
+
+/**
+ * Brings all modules up, in this order: the traps of path A with the label "A_1", the traps of path
+ * B with "B_1" (the first of them brings the galvo module up), the coordinate systems. Each module
+ * reads its keys from config.ini in the common data folder.
+ *
+ * The first module that fails ends the call; those that are up stay up, and the call may be
+ * repeated. A second call starts the list of traps of both paths afresh and loads the transforms
+ * again. A module's warning doesn't end the call; it is neither returned nor captured here.
+ *
+ * @param rsrcName     ignored, may be null
+ * @param id_query     handed on to each module; none acts on it
+ * @param reset_instr  handed on to each module; none acts on it
+ * @param vi           session value, handed on
+ * @return 0, else the negative status of the first module that failed: of ZVK_Trap_Init for path A,
+ *         of ZVK_Trap_Init for path B, of ZVK_CoordinateSystems_Init
+ */
+ZVK_API int32_t ZVK_init(const char *rsrcName, uint16_t id_query, uint16_t reset_instr,
+                         SessionHandle vi);
+
+/**
+ * Shuts all modules down, in this order: the traps (and the galvo module before them), the
+ * coordinate systems. Then the captured warnings are forgotten, and the list is ready for another
+ * session. The first module that fails ends the call: later ones stay up, and the warnings stay.
+ * A module's warning is passed over. A session that never came up, or only in part, may be closed.
+ *
+ * @param vi  session value, handed on
+ * @return 0, else the negative status of the first module that failed
+ */
 ZVK_API int32_t ZVK_close(SessionHandle vi);
+
+/**
+ * Does nothing. Any thread may call it.
+ *
+ * @param vi  session value, ignored
+ * @return 0
+ */
 ZVK_API int32_t ZVK_reset(SessionHandle vi);
+
+/**
+ * Does nothing: this instrument has no self-test. Any thread may call it.
+ *
+ * @param vi       session value, ignored
+ * @param result   left as it is, may be null
+ * @param message  left as it is, may be null
+ * @return 0
+ */
 ZVK_API int32_t ZVK_self_test(SessionHandle vi, int16_t **result, char *message);
+
+/**
+ * Gives the revision texts, which are fixed. Any thread may call it.
+ *
+ * @param vi          session value, ignored
+ * @param driver_rev  out: "1.0.985M"; the caller gives room for 9 bytes. Null: not written
+ * @param instr_rev   out: "Not Available"; the caller gives room for 14 bytes. Null: not written
+ * @return 0
+ */
 ZVK_API int32_t ZVK_revision_query(SessionHandle vi, char *driver_rev, char *instr_rev);
+
+/**
+ * Tells that the instrument has no error queue to ask. Any thread may call it.
+ *
+ * @param vi             session value, ignored
+ * @param error_code     left as it is, may be null
+ * @param error_message  left as it is, may be null
+ * @return ZVK_WARNING_NO_REVISION_QUERY, always
+ */
 ZVK_API int32_t ZVK_error_query(SessionHandle vi, int32_t **error_code, char *error_message);
 
 ZVK_EXTERN_C_END

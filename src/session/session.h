@@ -17,9 +17,10 @@ struct ZVK_ShutdownRow
     int32_t (*shutdown)(SessionHandle vi);
 };
 
-// Runs the rows until the first negative status, which is the result; positive ones are dropped. Nothing
-// that came up goes down again.
-int32_t RunInits(const ZVK_InitRow *rows, size_t count, SessionHandle vi, uint16_t idQuery, uint16_t resetInstr);
+// Runs the rows until the first negative status, which is the result; positive ones are dropped.
+// Nothing that came up goes down again.
+int32_t RunInits(const ZVK_InitRow *rows, size_t count, SessionHandle vi, uint16_t idQuery,
+                 uint16_t resetInstr);
 int32_t RunShutdowns(const ZVK_ShutdownRow *rows, size_t count, SessionHandle vi);
 
 struct ZVK_WarningList

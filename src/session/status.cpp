@@ -2,8 +2,10 @@
 
 #include "quorvex/errors.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -28,11 +30,15 @@ static const StatusRow kRows[] = {
 
 int32_t ZVK_error_message(SessionHandle, int32_t status_code, char *message)
 {
-    for (const StatusRow &row : kRows) {
-        if (row.status != status_code) continue;
-        std::strcpy(message, row.text);
-        return row.result;
+    const auto *row = std::ranges::find(kRows, status_code, &StatusRow::status);
+    if (row != std::end(kRows)) {
+        if (message != nullptr) std::strcpy(message, row->text);
+        return row->result;
     }
-    std::sprintf(message, "An unknown error occurred. Error code %d.\n", status_code);
+    if (message == nullptr) return ZVK_SUCCESS;
+    char unknown[64];
+    std::snprintf(unknown, sizeof unknown, "An unknown error occurred. Error code %d.\n",
+                  status_code);
+    std::strcpy(message, unknown);
     return ZVK_SUCCESS;
 }

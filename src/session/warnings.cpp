@@ -19,11 +19,22 @@ static std::mutex &Lock()
     return lock;
 }
 
+// What this thread may be handed: the number it last asked for and what it captured since. A client
+// makes its array by that number, so that entries which other threads append in between must wait.
+constexpr int32_t kNeverAsked = -1;
+static thread_local int32_t t_room = kNeverAsked;
+
+static void Empty()
+{
+    Release(g_warnings.codes);
+    g_warnings.count = 0;
+}
+
 void FreeWarnings()
 {
     const std::lock_guard lock(Lock());
-    Release(g_warnings.codes);
-    g_warnings.count = 0;
+    t_room = kNeverAsked;
+    Empty();
 }
 
 static bool Append(int32_t code)
@@ -36,7 +47,20 @@ static bool Append(int32_t code)
     Release(g_warnings.codes);
     g_warnings.codes = codes;
     ++g_warnings.count;
+    if (t_room != kNeverAsked) ++t_room;
     return true;
+}
+
+// The oldest entries go into the list; the others move up.
+static void HandOut(int32_t count, int32_t *list)
+{
+    std::copy_n(g_warnings.codes, count, list);
+    if (count == g_warnings.count) {
+        Empty();
+        return;
+    }
+    std::copy(g_warnings.codes + count, g_warnings.codes + g_warnings.count, g_warnings.codes);
+    g_warnings.count -= count;
 }
 
 int32_t ZVK_error_CaptureWarning(SessionHandle vi, int32_t error_code)
@@ -55,15 +79,17 @@ int32_t ZVK_error_GetWarnings(SessionHandle, int32_t *elements, int32_t *list)
 {
     const std::lock_guard lock(Lock());
     if (list == nullptr) {
-        if (elements) *elements = g_warnings.count;
+        t_room = g_warnings.count;
+        if (elements != nullptr) *elements = g_warnings.count;
         return ZVK_SUCCESS;
     }
-    if (g_warnings.count == 0) {
-        if (elements) *elements = 0;
+    const int32_t room = t_room == kNeverAsked ? g_warnings.count : t_room;
+    const int32_t count = std::min(room, g_warnings.count);
+    t_room = kNeverAsked;
+    if (count == 0) {
+        if (elements != nullptr) *elements = 0;
         return ZVK_SUCCESS;
     }
-    std::copy_n(g_warnings.codes, g_warnings.count, list);
-    Release(g_warnings.codes);
-    g_warnings.count = 0;
+    HandOut(count, list);
     return ZVK_SUCCESS;
 }
