@@ -8,7 +8,6 @@
 #include "quorvex/errors.h"
 
 #include <algorithm>
-#include <memory>
 #include <new>
 
 namespace {
@@ -26,75 +25,89 @@ static const char *const kSections[2] = {"TRAP A", "TRAP B"};
 static const Table kBeta = {"BETACOUNT", {"BETA_X_", "BETA_Y_", "BETA_Z_"}};
 static const Table kStiffness = {"KCOUNT", {"K_X_", "K_Y_", "K_Z_"}};
 
-using Store = std::unique_ptr<IniStore, decltype(&Ini_Dispose)>;
-
-static std::string Tag(const char *name, int32_t index) { return name + std::to_string(index); }
-
 static std::string EmptyTable(const Table &table, int32_t count)
 {
     std::string text;
     for (int32_t i = 0; i < count; ++i) {
-        for (const char *tag : table.axisTags) text += Tag(tag, i) + " =\n";
+        for (const char *tag : table.axisTags)
+            text += NumberedTag(tag, i) + " =\n";
     }
     return text;
 }
 
 static std::string EmptySection(const char *section, int32_t betas, int32_t ks)
 {
-    return std::string("[") + section + "]\nBETACOUNT = " + std::to_string(betas) + "\nKCOUNT = " +
-           std::to_string(ks) + "\n" + EmptyTable(kBeta, betas) + EmptyTable(kStiffness, ks);
+    return std::string("[") + section + "]\nBETACOUNT = " + std::to_string(betas) +
+           "\nKCOUNT = " + std::to_string(ks) + "\n" + EmptyTable(kBeta, betas) +
+           EmptyTable(kStiffness, ks);
 }
 
-static bool PutRow(IniStore *store, const char *section, const Table &table, int32_t row, const double *values)
+static bool PutRow(IniStore *store, const char *section, const Table &table, int32_t row,
+                   const double *values)
 {
     for (int axis = 0; axis < 3; ++axis) {
-        const std::string tag = Tag(table.axisTags[axis], row);
-        if (Ini_PutDouble(store, section, tag.c_str(), values[3 * static_cast<int64_t>(row) + axis]) < 0)
+        const std::string tag = NumberedTag(table.axisTags[axis], row);
+        if (Ini_PutDouble(store, section, tag.c_str(),
+                          values[3 * static_cast<int64_t>(row) + axis]) < 0)
             return false;
     }
     return true;
 }
 
-// The count is put with each row, so that a count of 0 leaves the old one. A new file's other section gets
-// the rows too.
-static bool PutBetas(IniStore *store, const char *own, const char *other, int32_t count, const double *values)
+// The count is put with each row, so that a count of 0 leaves the old one. A new file's other
+// section gets the rows too.
+static bool PutBetas(IniStore *store, const char *own, const char *other, int32_t count,
+                     const double *values)
 {
     for (int32_t i = 0; i < count; ++i) {
-        if (Ini_PutInt(store, own, kBeta.countTag, count) != 0 || !PutRow(store, own, kBeta, i, values)) return false;
+        if (Ini_PutInt(store, own, kBeta.countTag, count) != 0 ||
+            !PutRow(store, own, kBeta, i, values))
+            return false;
         if (other == nullptr) continue;
-        if (Ini_PutInt(store, other, kBeta.countTag, count) != 0 || !PutRow(store, other, kBeta, i, values))
+        if (Ini_PutInt(store, other, kBeta.countTag, count) != 0 ||
+            !PutRow(store, other, kBeta, i, values))
             return false;
     }
     return true;
 }
 
-// With a new file it is the own section's beta count that is put again; the other section's count of K
-// stands in the skeleton.
-static bool PutStiffness(IniStore *store, const char *own, const char *other, int32_t betas, int32_t count,
-                         const double *values)
+// With a new file it is the own section's beta count that is put again; the other section's count
+// of K stands in the skeleton.
+static bool PutStiffness(IniStore *store, const char *own, const char *other, int32_t betas,
+                         int32_t count, const double *values)
 {
     for (int32_t i = 0; i < count; ++i) {
-        if (Ini_PutInt(store, own, kStiffness.countTag, count) != 0 || !PutRow(store, own, kStiffness, i, values))
+        if (Ini_PutInt(store, own, kStiffness.countTag, count) != 0 ||
+            !PutRow(store, own, kStiffness, i, values))
             return false;
         if (other == nullptr) continue;
-        if (Ini_PutInt(store, own, kBeta.countTag, betas) != 0 || !PutRow(store, other, kStiffness, i, values))
+        if (Ini_PutInt(store, own, kBeta.countTag, betas) != 0 ||
+            !PutRow(store, other, kStiffness, i, values))
             return false;
     }
     return true;
 }
 
-static int32_t WriteCalibration(const char *fileName, int32_t trapPath, int32_t betas, int32_t ks, const double *beta,
-                                const double *k)
+static bool MakeSkeleton(const std::string &path, const char *own, const char *other, int32_t betas,
+                         int32_t ks)
+{
+    try {
+        return WriteSkeleton(path, EmptySection(own, betas, ks) + EmptySection(other, betas, ks));
+    } catch (const std::bad_alloc &) {
+        return false;
+    }
+}
+
+static int32_t WriteCalibration(const std::string &path, int32_t trapPath, int32_t betas,
+                                int32_t ks, const double *beta, const double *k)
 {
     const char *own = kSections[trapPath];
     const char *other = kSections[1 - trapPath];
     const Store store(Ini_New(1), Ini_Dispose);
-    const std::string path = ResolvePath(fileName, {"default.cal"});
+    if (!store) return ZVK_CONFILE_WRITE_FAILED;
     const bool isNew = Ini_ReadFromFile(store.get(), path.c_str()) != 0;
     if (isNew) {
-        if (IsThere(path)) return ZVK_CONFILE_NOT_READABLE;
-        const std::string text = EmptySection(own, betas, ks) + EmptySection(other, betas, ks);
-        if (!WriteSkeleton(path, text)) return ZVK_CONFILE_WRITE_FAILED;
+        if (!MakeSkeleton(path, own, other, betas, ks)) return ZVK_CONFILE_WRITE_FAILED;
         if (Ini_ReadFromFile(store.get(), path.c_str()) < 0) return ZVK_CONFILE_NOT_READABLE;
     }
     const char *second = isNew ? other : nullptr;
@@ -105,47 +118,64 @@ static int32_t WriteCalibration(const char *fileName, int32_t trapPath, int32_t 
 }
 
 int32_t ZVK_ConFile_WriteForceCalibration(SessionHandle, const char *Filename, int32_t TrapPath,
-                                          int32_t NumberOfCalibrationTypesBeta, int32_t NumberOfCalibrationTypesK,
-                                          const double *Beta, const double *K)
+                                          int32_t NumberOfCalibrationTypesBeta,
+                                          int32_t NumberOfCalibrationTypesK, const double *Beta,
+                                          const double *K)
 {
+    const int32_t betas = NumberOfCalibrationTypesBeta;
+    const int32_t ks = NumberOfCalibrationTypesK;
     if (TrapPath < 0 || TrapPath > 1) return ZVK_CONFILE_BAD_PATH;
+    if ((betas > 0 && !Beta) || (ks > 0 && !K)) return ZVK_CONFILE_NOT_FOUND;
+    const std::string path = ResolvePath(Filename, {"default.cal"});
     try {
-        return WriteCalibration(Filename, TrapPath, NumberOfCalibrationTypesBeta, NumberOfCalibrationTypesK, Beta, K);
+        return WriteCalibration(path, TrapPath, betas, ks, Beta, K);
     } catch (const std::bad_alloc &) {
         return ZVK_CONFILE_NOT_FOUND;
     }
 }
 
-// The caller owns the table, whatever the outcome.
-static bool FetchTable(IniStore *store, const char *section, const Table &table, int32_t *count, double **values)
+// The caller owns the table, whatever the outcome. A count beyond what the section can hold makes
+// no table of that size: its rows end sooner, and that is what is told.
+static bool FetchTable(IniStore *store, const char *section, const Table &table, int32_t *count,
+                       double **values)
 {
     if (Ini_GetInt(store, section, table.countTag, count) < 1) return false;
-    *values = AllocateArray<double>(3 * static_cast<int64_t>(std::max(*count, 0)));
-    if (*values == nullptr) return false;
-    for (int32_t i = 0; i < *count; ++i) {
+    const int64_t rows = std::clamp<int64_t>(*count, 0, Ini_NumberOfItems(store, section));
+    *values = AllocateArray<double>(3 * rows);
+    if (!*values) return false;
+    for (int32_t row = 0; row < rows; ++row) {
         for (int axis = 0; axis < 3; ++axis) {
-            const std::string tag = Tag(table.axisTags[axis], i);
-            if (Ini_GetDouble(store, section, tag.c_str(), *values + 3 * static_cast<int64_t>(i) + axis) < 1)
-                return false;
+            const std::string tag = NumberedTag(table.axisTags[axis], row);
+            double *value = *values + 3 * static_cast<int64_t>(row) + axis;
+            if (Ini_GetDouble(store, section, tag.c_str(), value) < 1) return false;
         }
     }
-    return true;
+    return rows >= *count;
 }
 
-int32_t ZVK_ConFile_ReadForceCalibration(SessionHandle, const char *Filename, int32_t TrapPath,
-                                         int32_t *NumberOfCalibrationTypesBeta, int32_t *NumberOfCalibrationTypesK,
-                                         double **Beta, double **K)
+static int32_t ReadCalibration(IniStore *store, const char *section, int32_t *betas, int32_t *ks,
+                               double **beta, double **k)
 {
-    if (TrapPath < 0 || TrapPath > 1) return ZVK_CONFILE_BAD_PATH;
     try {
-        const Store store(Ini_New(1), Ini_Dispose);
-        const std::string path = ResolvePath(Filename, {"default.cal"});
-        if (Ini_ReadFromFile(store.get(), path.c_str()) != 0) return ZVK_CONFILE_NOT_READABLE;
-        const char *section = kSections[TrapPath];
-        if (!FetchTable(store.get(), section, kBeta, NumberOfCalibrationTypesBeta, Beta)) return ZVK_CONFILE_NOT_FOUND;
-        if (!FetchTable(store.get(), section, kStiffness, NumberOfCalibrationTypesK, K)) return ZVK_CONFILE_NOT_FOUND;
+        if (!FetchTable(store, section, kBeta, betas, beta)) return ZVK_CONFILE_NOT_FOUND;
+        if (!FetchTable(store, section, kStiffness, ks, k)) return ZVK_CONFILE_NOT_FOUND;
         return ZVK_SUCCESS;
     } catch (const std::bad_alloc &) {
         return ZVK_CONFILE_NOT_FOUND;
     }
+}
+
+int32_t ZVK_ConFile_ReadForceCalibration(SessionHandle, const char *Filename, int32_t TrapPath,
+                                         int32_t *NumberOfCalibrationTypesBeta,
+                                         int32_t *NumberOfCalibrationTypesK, double **Beta,
+                                         double **K)
+{
+    int32_t *betas = NumberOfCalibrationTypesBeta;
+    int32_t *ks = NumberOfCalibrationTypesK;
+    if (TrapPath < 0 || TrapPath > 1) return ZVK_CONFILE_BAD_PATH;
+    const Store store(Ini_New(1), Ini_Dispose);
+    const std::string path = ResolvePath(Filename, {"default.cal"});
+    if (Ini_ReadFromFile(store.get(), path.c_str()) != 0) return ZVK_CONFILE_NOT_READABLE;
+    if (!betas || !ks || !Beta || !K) return ZVK_CONFILE_NOT_FOUND;
+    return ReadCalibration(store.get(), kSections[TrapPath], betas, ks, Beta, K);
 }

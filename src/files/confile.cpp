@@ -8,13 +8,13 @@
 #include "quorvex/errors.h"
 
 #include <cstring>
+#include <iterator>
 #include <memory>
-#include <new>
+#include <string>
 
-constexpr size_t kStringSize = 256;  // what a client's string holds; a longer value fills it to the brim
-constexpr size_t kPieceSize = 256;   // of the log's text
-
-using Store = std::unique_ptr<IniStore, decltype(&Ini_Dispose)>;
+constexpr size_t kStringSize =
+    256;  // what a client's string holds; a longer value fills it to the brim
+constexpr size_t kPieceSize = 256;  // the most that each piece of the log's text takes
 
 static int32_t Load(IniStore *store, const std::string &path)
 {
@@ -41,84 +41,90 @@ static int32_t FetchLong(IniStore *store, const char *section, const char *tag, 
     return ZVK_SUCCESS;
 }
 
-static int32_t FetchDouble(IniStore *store, const char *section, const char *tag, void *data)
+// As a double, or narrowed to a float.
+template <class Number>
+static int32_t FetchNumber(IniStore *store, const char *section, const char *tag, void *data)
 {
     double value = 0.0;
     if (Ini_GetDouble(store, section, tag, &value) <= 0) return ZVK_CONFILE_NOT_FOUND;
-    *static_cast<double *>(data) = value;
+    *static_cast<Number *>(data) = static_cast<Number>(value);
     return ZVK_SUCCESS;
 }
 
-static int32_t FetchFloat(IniStore *store, const char *section, const char *tag, void *data)
+static int32_t Fetch(IniStore *store, const char *section, const char *tag, void *data,
+                     int16_t type)
 {
-    double value = 0.0;
-    if (Ini_GetDouble(store, section, tag, &value) <= 0) return ZVK_CONFILE_NOT_FOUND;
-    *static_cast<float *>(data) = static_cast<float>(value);
-    return ZVK_SUCCESS;
-}
-
-static int32_t Fetch(IniStore *store, const char *section, const char *tag, void *data, int16_t type)
-{
+    if (type < ZVK_CONFILE_STRING || type > ZVK_CONFILE_FLOAT) return ZVK_CONFILE_BAD_TYPE;
+    if (!data) return ZVK_CONFILE_NOT_FOUND;
     switch (type) {
     case ZVK_CONFILE_STRING: return FetchString(store, section, tag, data);
     case ZVK_CONFILE_LONG: return FetchLong(store, section, tag, data);
-    case ZVK_CONFILE_DOUBLE: return FetchDouble(store, section, tag, data);
-    case ZVK_CONFILE_FLOAT: return FetchFloat(store, section, tag, data);
-    default: return ZVK_CONFILE_BAD_TYPE;
+    case ZVK_CONFILE_DOUBLE: return FetchNumber<double>(store, section, tag, data);
+    default: return FetchNumber<float>(store, section, tag, data);
     }
 }
 
-static std::string Piece(const char *text) { return std::string(text, strnlen(text, kPieceSize)); }
-
-static void LogFailedRead(const char *section, const char *tag, const std::string &path)
+// In a buffer of its own, so that a failed read is logged also when it was memory that ran out.
+static void LogFailedRead(const char *path, const char *section, const char *tag)
 {
-    const std::string text = "An error occurred reading section " + Piece(section) + ", tag " + Piece(tag) +
-                             " in file " + Piece(path.c_str()) +
-                             ". Check that the Section/Tag exists and that the correct data type is being supplied.";
-    (void)ZVK_ConFile_WriteLog(0, "log.ini", text.c_str());
-}
-
-int32_t ZVK_ConFile_Read(SessionHandle, const char *Filename, const char *section, const char *tag, void *data,
-                         int16_t type)
-{
-    try {
-        const Store store(Ini_New(1), Ini_Dispose);
-        const std::string path =
-            ResolvePath(Filename, {"config.ini", "log.ini", "default.odf", "default.cal", "qdmr.bin"});
-        int32_t status = Load(store.get(), path);
-        if (status == ZVK_SUCCESS) status = Fetch(store.get(), section, tag, data, type);
-        if (status != ZVK_SUCCESS) LogFailedRead(section, tag, path);
-        return status;
-    } catch (const std::bad_alloc &) {
-        return ZVK_CONFILE_NOT_READABLE;
+    const char *const pieces[] = {
+        "An error occurred reading section ",
+        section,
+        ", tag ",
+        tag,
+        " in file ",
+        path,
+        ". Check that the Section/Tag exists and that the correct data type is being supplied."};
+    char text[std::size(pieces) * kPieceSize + 1];
+    size_t length = 0;
+    for (const char *piece : pieces) {
+        const size_t count = piece ? strnlen(piece, kPieceSize) : 0;
+        if (count > 0) std::memcpy(text + length, piece, count);
+        length += count;
     }
+    text[length] = '\0';
+    (void)ZVK_ConFile_WriteLog(0, "log.ini", text);
 }
 
-static int PutValue(IniStore *store, const char *section, const char *tag, const void *data, int16_t type)
+int32_t ZVK_ConFile_Read(SessionHandle, const char *Filename, const char *section, const char *tag,
+                         void *data, int16_t type)
 {
+    const Store store(Ini_New(1), Ini_Dispose);
+    const std::string path =
+        ResolvePath(Filename, {"config.ini", "log.ini", "default.odf", "default.cal", "qdmr.bin"});
+    int32_t status = Load(store.get(), path);
+    if (status == ZVK_SUCCESS) status = Fetch(store.get(), section, tag, data, type);
+    if (status != ZVK_SUCCESS) LogFailedRead(path.c_str(), section, tag);
+    return status;
+}
+
+static int PutValue(IniStore *store, const char *section, const char *tag, const void *data,
+                    int16_t type)
+{
+    if (!data) return INI_FAILED;
     switch (type) {
-    case ZVK_CONFILE_STRING: return Ini_PutString(store, section, tag, static_cast<const char *>(data));
-    case ZVK_CONFILE_LONG: return Ini_PutInt(store, section, tag, *static_cast<const int32_t *>(data));
-    case ZVK_CONFILE_DOUBLE: return Ini_PutDouble(store, section, tag, *static_cast<const double *>(data));
+    case ZVK_CONFILE_STRING:
+        return Ini_PutString(store, section, tag, static_cast<const char *>(data));
+    case ZVK_CONFILE_LONG:
+        return Ini_PutInt(store, section, tag, *static_cast<const int32_t *>(data));
+    case ZVK_CONFILE_DOUBLE:
+        return Ini_PutDouble(store, section, tag, *static_cast<const double *>(data));
     default: return Ini_PutDouble(store, section, tag, *static_cast<const float *>(data));
     }
 }
 
-int32_t ZVK_ConFile_Write(SessionHandle, const char *Filename, const char *section, const char *tag, const void *data,
-                          int16_t type)
+int32_t ZVK_ConFile_Write(SessionHandle, const char *Filename, const char *section, const char *tag,
+                          const void *data, int16_t type)
 {
-    try {
-        const Store store(Ini_New(1), Ini_Dispose);
-        const std::string path = ResolvePath(Filename, {"config.ini", "log.ini", "default.odf", "default.cal"});
-        int32_t status = Load(store.get(), path);
-        if (status < 0) return status;
-        const bool known = type >= ZVK_CONFILE_STRING && type <= ZVK_CONFILE_FLOAT;
-        if (known && PutValue(store.get(), section, tag, data, type) < 0) return ZVK_CONFILE_WRITE_FAILED;
-        // An unknown type changes nothing, and the file is rewritten all the same.
-        status = known ? ZVK_SUCCESS : ZVK_CONFILE_BAD_TYPE;
-        if (Ini_WriteToFile(store.get(), path.c_str()) < 0) return ZVK_CONFILE_WRITE_FAILED;
-        return status;
-    } catch (const std::bad_alloc &) {
-        return ZVK_CONFILE_NOT_READABLE;
-    }
+    const Store store(Ini_New(1), Ini_Dispose);
+    const std::string path =
+        ResolvePath(Filename, {"config.ini", "log.ini", "default.odf", "default.cal"});
+    const int32_t status = Load(store.get(), path);
+    if (status < 0) return status;
+    const bool known = type >= ZVK_CONFILE_STRING && type <= ZVK_CONFILE_FLOAT;
+    if (known && PutValue(store.get(), section, tag, data, type) < 0)
+        return ZVK_CONFILE_WRITE_FAILED;
+    // An unknown type changes nothing, and the file is rewritten all the same.
+    if (Ini_WriteToFile(store.get(), path.c_str()) < 0) return ZVK_CONFILE_WRITE_FAILED;
+    return known ? ZVK_SUCCESS : ZVK_CONFILE_BAD_TYPE;
 }

@@ -1,9 +1,11 @@
-// Texts of the INI store: names compared, values escaped and converted, whatever the caller's locale.
+// Texts of the INI store: names compared, values escaped and converted, whatever the caller's
+// locale.
 
 #include "files/ini_store.h"
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <system_error>
 
 static bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
@@ -12,8 +14,10 @@ static char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 
 
 std::string_view Trimmed(std::string_view text)
 {
-    while (!text.empty() && IsSpace(text.front())) text.remove_prefix(1);
-    while (!text.empty() && IsSpace(text.back())) text.remove_suffix(1);
+    while (!text.empty() && IsSpace(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && IsSpace(text.back()))
+        text.remove_suffix(1);
     return text;
 }
 
@@ -27,6 +31,13 @@ int CompareNames(std::string_view a, std::string_view b)
     }
     if (a.size() == b.size()) return 0;
     return a.size() < b.size() ? -1 : 1;
+}
+
+void AddComment(std::string &comment, std::string_view lines)
+{
+    if (lines.empty()) return;
+    if (!comment.empty()) comment += "\r\n";
+    comment += lines;
 }
 
 static int HexDigit(char c)
@@ -108,15 +119,17 @@ static bool ConvertInfinity(std::string_view text, double *value)
 {
     const bool minus = CompareNames(text, "-inf") == 0;
     if (!minus && CompareNames(text, "inf") != 0 && CompareNames(text, "+inf") != 0) return false;
-    *value = minus ? -__builtin_inf() : __builtin_inf();
+    *value = minus ? -HUGE_VAL : HUGE_VAL;
     return true;
 }
 
+// White space may stand in front, as the standard conversion allows it, but not behind.
 int ConvertDouble(std::string_view text, double *value)
 {
-    text = Trimmed(text);
-    if (text.empty()) return 0;
+    if (Trimmed(text).empty()) return 0;
     if (ConvertInfinity(text, value)) return 1;
+    while (IsSpace(text.front()))
+        text.remove_prefix(1);
     if (text.front() == '+') {
         text.remove_prefix(1);
         if (!text.empty() && text.front() == '-') return INI_NOT_A_NUMBER;
@@ -135,6 +148,7 @@ std::string DoubleText(double value)
 {
     char text[64];
     constexpr int kDigits = 16;
-    const auto result = std::to_chars(text, text + sizeof text, value, std::chars_format::general, kDigits);
+    const auto result =
+        std::to_chars(text, text + sizeof text, value, std::chars_format::general, kDigits);
     return std::string(text, result.ptr);
 }

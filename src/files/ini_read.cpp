@@ -6,14 +6,14 @@
 #include <algorithm>
 #include <new>
 
-constexpr size_t kLongestLine = 1024;
 constexpr std::string_view kPartWord = " Line";
 
 // Cuts the next line off the text. CR, LF and NUL end a line; CR LF and LF CR are one end.
 static std::string_view NextLine(std::string_view &text)
 {
     size_t end = 0;
-    while (end < text.size() && text[end] != '\n' && text[end] != '\r' && text[end] != '\0') ++end;
+    while (end < text.size() && text[end] != '\n' && text[end] != '\r' && text[end] != '\0')
+        ++end;
     const std::string_view line = text.substr(0, std::min(end, kLongestLine));
     if (end == text.size()) {
         text = {};
@@ -33,6 +33,7 @@ struct Loading
 {
     IniStore &store;
     std::string pending;  // comment lines that wait for the next section or item
+    std::string head;     // comment lines before the first section
 };
 
 }  // namespace
@@ -50,21 +51,13 @@ static std::string_view TakePending(Loading &loading)
     return Keep(loading.store, std::move(text));
 }
 
-static void AddComment(std::string &comment, std::string_view line)
-{
-    if (!comment.empty()) comment += "\r\n";
-    comment += line;
-}
-
-// A comment that stands above a line that is no section and no item, before the first section, is the
-// file's head.
+// A comment above a line that is no section and no item, before the first section, is the file's
+// head.
 static void Ignore(Loading &loading)
 {
-    if (loading.pending.empty() || !loading.store.sections.empty()) return;
-    std::string head(loading.store.headComment);
-    AddComment(head, loading.pending);
+    if (!loading.store.sections.empty()) return;
+    AddComment(loading.head, loading.pending);
     loading.pending.clear();
-    loading.store.headComment = Keep(loading.store, std::move(head));
 }
 
 static bool OpenSection(Loading &loading, std::string_view line)
@@ -95,12 +88,14 @@ static bool AddItem(Loading &loading, std::string_view line)
 
 static void LoadLine(Loading &loading, std::string_view line)
 {
-    while (!line.empty() && Trimmed(line.substr(0, 1)).empty()) line.remove_prefix(1);
+    while (!line.empty() && Trimmed(line.substr(0, 1)).empty())
+        line.remove_prefix(1);
     if (!line.empty() && line.front() == ';') {
         AddComment(loading.pending, line);
         return;
     }
-    const bool taken = !line.empty() && line.front() == '[' ? OpenSection(loading, line) : AddItem(loading, line);
+    const bool taken =
+        !line.empty() && line.front() == '[' ? OpenSection(loading, line) : AddItem(loading, line);
     if (!taken) Ignore(loading);
 }
 
@@ -108,33 +103,50 @@ static void LoadLine(Loading &loading, std::string_view line)
 static int64_t PartNumber(std::string_view tag, size_t *length)
 {
     size_t digits = tag.size();
-    while (digits > 0 && tag[digits - 1] >= '0' && tag[digits - 1] <= '9') --digits;
+    while (digits > 0 && tag[digits - 1] >= '0' && tag[digits - 1] <= '9')
+        --digits;
     if (digits == tag.size() || !tag.substr(0, digits).ends_with(kPartWord)) return -1;
     *length = digits - kPartWord.size();
     int64_t number = 0;
-    for (char c : tag.substr(digits)) number = std::min<int64_t>(number * 10 + (c - '0'), INT32_MAX);
+    for (char c : tag.substr(digits))
+        number = std::min<int64_t>(number * 10 + (c - '0'), INT32_MAX);
     return number;
 }
 
-// A long value stands in parts: number 1, then others. They become one item again.
+// The item at `from` that opens a run of parts takes over what the others of the run hold. Gives
+// the first item behind the run.
+static size_t JoinRun(IniStore &store, std::vector<IniItem> &items, size_t from)
+{
+    IniItem &item = items[from];
+    std::string value(item.value);
+    std::string comment(item.comment);
+    size_t ignored = 0;
+    size_t next = from + 1;
+    for (; next < items.size(); ++next) {
+        const int64_t number = PartNumber(items[next].tag, &ignored);
+        if (number < 0 || number == 1) break;
+        value += items[next].value;
+        AddComment(comment, items[next].comment);
+    }
+    item.value = Keep(store, std::move(value));
+    item.comment = Keep(store, std::move(comment));
+    return next;
+}
+
+// A long value stands in parts: number 1, then others. They become one item again. A part that
+// stands alone is an item like any other.
 static void JoinParts(IniStore &store, std::vector<IniItem> &items)
 {
     size_t to = 0;
     for (size_t from = 0; from < items.size();) {
-        IniItem item = items[from++];
         size_t length = 0;
-        if (PartNumber(item.tag, &length) == 1) {
-            item.tag = Trimmed(item.tag.substr(0, length));
-            std::string whole(item.value);
-            size_t ignored = 0;
-            while (from < items.size()) {
-                const int64_t number = PartNumber(items[from].tag, &ignored);
-                if (number < 0 || number == 1) break;
-                whole += items[from++].value;
-            }
-            item.value = Keep(store, std::move(whole));
+        size_t next = from + 1;
+        if (PartNumber(items[from].tag, &length) == 1) {
+            next = JoinRun(store, items, from);
+            if (next > from + 1) items[from].tag = Trimmed(items[from].tag.substr(0, length));
         }
-        items[to++] = item;
+        items[to++] = items[from];
+        from = next;
     }
     items.resize(to);
 }
@@ -143,60 +155,47 @@ void PutInOrder(IniStore &store)
 {
     if (!store.sorted || !store.disordered) return;
     for (IniSection &section : store.sections) {
-        std::stable_sort(section.items.begin(), section.items.end(),
-                         [](const IniItem &a, const IniItem &b) { return CompareNames(a.tag, b.tag) < 0; });
+        std::stable_sort(
+            section.items.begin(), section.items.end(),
+            [](const IniItem &a, const IniItem &b) { return CompareNames(a.tag, b.tag) < 0; });
     }
-    std::stable_sort(store.sections.begin(), store.sections.end(), [](const IniSection &a, const IniSection &b) {
-        return CompareNames(a.name, b.name) < 0;
-    });
+    std::stable_sort(
+        store.sections.begin(), store.sections.end(),
+        [](const IniSection &a, const IniSection &b) { return CompareNames(a.name, b.name) < 0; });
     store.lastSection = 0;
     store.disordered = false;
 }
 
+static void LoadLines(IniStore &store, std::string text)
+{
+    store.disordered = true;
+    Loading loading{store, {}, {}};
+    std::string_view rest = store.texts.emplace_back(std::move(text));
+    while (!rest.empty())
+        LoadLine(loading, NextLine(rest));
+    store.headComment = Keep(store, std::move(loading.head));
+    store.tailComment = TakePending(loading);
+    for (IniSection &section : store.sections)
+        JoinParts(store, section.items);
+}
+
 int Ini_ReadFromText(IniStore *store, std::string text)
 {
+    if (!store) return INI_FAILED;
     try {
-        Loading loading{*store, {}};
-        std::string_view rest = store->texts.emplace_back(std::move(text));
-        while (!rest.empty()) LoadLine(loading, NextLine(rest));
-        store->tailComment = TakePending(loading);
-        for (IniSection &section : store->sections) JoinParts(*store, section.items);
-        store->disordered = true;
+        LoadLines(*store, std::move(text));
         return 0;
     } catch (const std::bad_alloc &) {
         return INI_NO_MEMORY;
     }
 }
 
-// The whole file in one go.
-static int LoadBytes(int file, std::string &bytes)
-{
-    const int64_t size = Files().size(file);
-    if (size < 0) return INI_FAILED;
-    bytes.resize(static_cast<size_t>(size) + 1);  // one more, to see the end in the first read
-    size_t filled = 0;
-    for (;;) {
-        const int64_t got = Files().read(file, bytes.data() + filled, bytes.size() - filled);
-        if (got < 0) return INI_FAILED;
-        if (got == 0) break;
-        filled += static_cast<size_t>(got);
-        if (filled == bytes.size()) bytes.resize(2 * bytes.size());
-    }
-    bytes.resize(filled);
-    return 0;
-}
-
 int Ini_ReadFromFile(IniStore *store, const char *path)
 {
-    if (store == nullptr) return INI_NO_MEMORY;
-    const int file = Files().open(path, ZVK_OPEN_READ);
-    if (file < 0) return INI_FAILED;
-    std::string bytes;
-    int result = INI_NO_MEMORY;
-    try {
-        result = LoadBytes(file, bytes);
-    } catch (const std::bad_alloc &) {
-    }
-    (void)Files().close(file);
-    return result < 0 ? result : Ini_ReadFromText(store, std::move(bytes));
+    if (!store || !path) return INI_FAILED;
+    std::string text;
+    const ZVK_WholeFile result = ReadWholeFile(path, text);
+    if (result == ZVK_WHOLE_FILE_NO_MEMORY) return INI_NO_MEMORY;
+    if (result != ZVK_WHOLE_FILE_READ) return INI_FAILED;
+    return Ini_ReadFromText(store, std::move(text));
 }

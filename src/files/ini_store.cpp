@@ -10,9 +10,13 @@
 
 IniStore *Ini_New(int sorted)
 {
-    auto *store = new (std::nothrow) IniStore;
-    if (store) store->sorted = sorted != 0;
-    return store;
+    try {
+        auto *store = new IniStore;
+        store->sorted = sorted != 0;
+        return store;
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
 }
 
 void Ini_Dispose(IniStore *store) { delete store; }
@@ -22,41 +26,75 @@ int Ini_NumberOfSections(const IniStore *store)
     return store ? static_cast<int>(store->sections.size()) : 0;
 }
 
-// Where the section is, or the number of sections. The order of a loaded file makes no difference to what
-// is found, so that it is searched as it stands.
+static std::string_view NameOf(const IniSection &section) { return section.name; }
+
+static std::string_view NameOf(const IniItem &item) { return item.tag; }
+
+// The first entry whose name isn't before `name`, in a list that is in order.
+template <class Entry>
+static size_t SortedPlace(const std::vector<Entry> &entries, std::string_view name)
+{
+    const auto place = std::lower_bound(
+        entries.begin(), entries.end(), name,
+        [](const Entry &e, std::string_view n) { return CompareNames(NameOf(e), n) < 0; });
+    return static_cast<size_t>(place - entries.begin());
+}
+
+// Where the name is, or the number of entries. A list that was loaded and not put in order yet is
+// run through: that costs less than the order for the one value that a call reads.
+template <class Entry>
+static size_t Find(const IniStore &store, const std::vector<Entry> &entries, std::string_view name)
+{
+    const auto same = [&](const Entry &e) { return CompareNames(NameOf(e), name) == 0; };
+    if (!store.sorted || store.disordered)
+        return static_cast<size_t>(std::find_if(entries.begin(), entries.end(), same) -
+                                   entries.begin());
+    const size_t place = SortedPlace(entries, name);
+    return place < entries.size() && same(entries[place]) ? place : entries.size();
+}
+
+// The one found last is looked at first.
 static size_t FindSection(const IniStore &store, std::string_view name)
 {
-    const size_t count = store.sections.size();
-    if (store.lastSection < count && CompareNames(store.sections[store.lastSection].name, name) == 0)
-        return store.lastSection;
-    for (size_t i = 0; i < count; ++i) {
-        if (CompareNames(store.sections[i].name, name) == 0) return i;
-    }
-    return count;
+    const size_t last = store.lastSection;
+    if (last < store.sections.size() && CompareNames(store.sections[last].name, name) == 0)
+        return last;
+    return Find(store, store.sections, name);
+}
+
+static const IniSection *SectionNamed(IniStore *store, const char *name)
+{
+    if (!store || !name) return nullptr;
+    const size_t at = FindSection(*store, Trimmed(name));
+    if (at == store->sections.size()) return nullptr;
+    store->lastSection = at;
+    return &store->sections[at];
+}
+
+int64_t Ini_NumberOfItems(IniStore *store, const char *section)
+{
+    const IniSection *found = SectionNamed(store, section);
+    return found ? static_cast<int64_t>(found->items.size()) : 0;
 }
 
 static const IniItem *FindItem(IniStore *store, const char *section, const char *tag)
 {
-    if (store == nullptr) return nullptr;
-    const size_t at = FindSection(*store, Trimmed(section));
-    if (at == store->sections.size()) return nullptr;
-    store->lastSection = at;
-    const std::string_view name = Trimmed(tag);
-    for (const IniItem &item : store->sections[at].items) {
-        if (CompareNames(item.tag, name) == 0) return &item;
-    }
-    return nullptr;
+    const IniSection *found = SectionNamed(store, section);
+    if (!found || !tag) return nullptr;
+    const size_t at = Find(*store, found->items, Trimmed(tag));
+    return at < found->items.size() ? &found->items[at] : nullptr;
 }
 
 int Ini_GetStringCopy(IniStore *store, const char *section, const char *tag, char **copy)
 {
     const IniItem *item = FindItem(store, section, tag);
-    if (item == nullptr) return 0;
+    if (!item) return 0;
     try {
         const std::string text = DecodedText(item->value);
-        *copy = AllocateArray<char>(static_cast<int64_t>(text.size()) + 1);
-        if (*copy == nullptr) return INI_NO_MEMORY;
-        std::memcpy(*copy, text.data(), text.size());
+        char *block = AllocateArray<char>(static_cast<int64_t>(text.size()) + 1);
+        if (!block) return INI_NO_MEMORY;
+        std::memcpy(block, text.data(), text.size());
+        *copy = block;
         return 1;
     } catch (const std::bad_alloc &) {
         return INI_NO_MEMORY;
@@ -75,72 +113,89 @@ int Ini_GetDouble(IniStore *store, const char *section, const char *tag, double 
     return item ? ConvertDouble(item->value, value) : 0;
 }
 
-// The section's place, made when it is not there.
-static size_t SectionForPut(IniStore &store, std::string_view name)
+// A line of the file has to give the name back.
+static bool SectionFits(std::string_view name)
 {
-    const size_t found = FindSection(store, name);
-    if (found < store.sections.size()) return found;
+    return name.find_first_of("]\r\n") == std::string_view::npos && name.size() + 2 <= kLongestLine;
+}
+
+static bool TagFits(std::string_view tag)
+{
+    const bool otherLine = !tag.empty() && (tag.front() == '[' || tag.front() == ';');
+    return tag.find_first_of("=\r\n") == std::string_view::npos && !otherLine;
+}
+
+// One behind the last item that can have the tag of the one at `first`.
+static size_t EndOfTag(const IniStore &store, const std::vector<IniItem> &items, size_t first)
+{
+    if (!store.sorted) return items.size();
+    size_t end = first + 1;
+    while (end < items.size() && CompareNames(items[end].tag, items[first].tag) == 0)
+        ++end;
+    return end;
+}
+
+// All items of the tag go, and the new one takes the place of the first, with the comments of all.
+static void ReplaceItem(IniStore &store, std::vector<IniItem> &items, size_t first, IniItem item)
+{
+    const auto same = [&](const IniItem &i) { return CompareNames(i.tag, item.tag) == 0; };
+    const auto begin = items.begin() + static_cast<std::ptrdiff_t>(first);
+    const auto end = items.begin() + static_cast<std::ptrdiff_t>(EndOfTag(store, items, first));
+    std::string comments;
+    for (auto i = begin; i != end; ++i) {
+        if (same(*i)) AddComment(comments, i->comment);
+    }
+    if (!comments.empty()) item.comment = store.texts.emplace_back(std::move(comments));
+    *begin = item;
+    items.erase(std::remove_if(begin + 1, end, same), end);
+}
+
+static void PutItem(IniStore &store, std::vector<IniItem> &items, const IniItem &item)
+{
+    const size_t first = Find(store, items, item.tag);
+    if (first < items.size()) return ReplaceItem(store, items, first, item);
+    const size_t place = store.sorted ? SortedPlace(items, item.tag) : first;
+    items.insert(items.begin() + static_cast<std::ptrdiff_t>(place), item);
+}
+
+static void AddSection(IniStore &store, std::string_view name, const IniItem &item)
+{
     IniSection section;
     section.name = store.texts.emplace_back(name);
-    auto place = store.sections.end();
-    if (store.sorted) {
-        place = std::find_if(store.sections.begin(), store.sections.end(),
-                             [&](const IniSection &s) { return CompareNames(s.name, name) > 0; });
-    }
-    const auto at = static_cast<size_t>(place - store.sections.begin());
-    store.sections.insert(place, std::move(section));
-    return at;
+    section.items.push_back(item);
+    const size_t place = store.sorted ? SortedPlace(store.sections, name) : store.sections.size();
+    store.sections.insert(store.sections.begin() + static_cast<std::ptrdiff_t>(place),
+                          std::move(section));
+    store.lastSection = place;
 }
 
-// All items of the tag go, the new one takes its sorted place, or the first one's. It keeps the comment
-// that stood above the first one.
-static void ReplaceItem(IniStore &store, std::vector<IniItem> &items, IniItem item)
+// What takes memory comes first in each step, so that a failure leaves the items as they were.
+static int Put(IniStore &store, std::string_view section, std::string_view tag, std::string value,
+               bool quoted)
 {
-    const auto same = [&](const IniItem &other) { return CompareNames(other.tag, item.tag) == 0; };
-    const auto first = std::find_if(items.begin(), items.end(), same);
-    auto place = static_cast<size_t>(first - items.begin());
-    if (first != items.end()) item.comment = first->comment;
-    items.erase(std::remove_if(first, items.end(), same), items.end());
-    if (store.sorted) {
-        const auto after = std::find_if(items.begin(), items.end(), [&](const IniItem &other) {
-            return CompareNames(other.tag, item.tag) > 0;
-        });
-        place = static_cast<size_t>(after - items.begin());
-    }
-    items.insert(items.begin() + static_cast<std::ptrdiff_t>(std::min(place, items.size())), item);
-}
-
-static int Put(IniStore *store, const char *section, const char *tag, std::string value, bool quoted)
-{
-    if (store == nullptr) return INI_NO_MEMORY;
-    PutInOrder(*store);
+    if (!SectionFits(section) || !TagFits(tag)) return INI_BAD_NAME;
+    PutInOrder(store);
     IniItem item;
-    item.tag = store->texts.emplace_back(Trimmed(tag));
-    item.value = store->texts.emplace_back(std::move(value));
+    item.tag = store.texts.emplace_back(tag);
+    item.value = store.texts.emplace_back(std::move(value));
     item.quoted = quoted;
-
-    // Room first: what follows can't fail half way.
-    const std::string_view name = Trimmed(section);
-    const size_t found = FindSection(*store, name);
-    if (found < store->sections.size()) {
-        std::vector<IniItem> &items = store->sections[found].items;
-        items.reserve(items.size() + 1);
-        ReplaceItem(*store, items, item);
-        store->lastSection = found;
-        return 0;
+    const size_t found = FindSection(store, section);
+    if (found == store.sections.size()) {
+        AddSection(store, section, item);
+    } else {
+        PutItem(store, store.sections[found].items, item);
+        store.lastSection = found;
     }
-    std::vector<IniItem> items{item};
-    const size_t at = SectionForPut(*store, name);
-    store->sections[at].items = std::move(items);
-    store->lastSection = at;
     return 0;
 }
 
-template <class Text>
-static int PutText(IniStore *store, const char *section, const char *tag, bool quoted, Text &&text)
+template <class MakeText>
+static int PutText(IniStore *store, const char *section, const char *tag, bool quoted,
+                   MakeText makeText)
 {
+    if (!store || !section || !tag) return INI_FAILED;
     try {
-        return Put(store, section, tag, text(), quoted);
+        return Put(*store, Trimmed(section), Trimmed(tag), makeText(), quoted);
     } catch (const std::bad_alloc &) {
         return INI_NO_MEMORY;
     }
@@ -158,5 +213,6 @@ int Ini_PutDouble(IniStore *store, const char *section, const char *tag, double 
 
 int Ini_PutString(IniStore *store, const char *section, const char *tag, const char *value)
 {
+    if (!value) return INI_FAILED;
     return PutText(store, section, tag, true, [&] { return EncodedText(value); });
 }

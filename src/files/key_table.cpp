@@ -3,8 +3,8 @@
 #include "quorvex/confile.h"
 #include "quorvex/errors.h"
 
-int32_t ReadKeys(SessionHandle vi, const char *fileName, const char *section, const ZVK_KeyTable &table,
-                 void *record)
+int32_t ReadKeys(SessionHandle vi, const char *fileName, const char *section,
+                 const ZVK_KeyTable &table, void *record)
 {
     int32_t status = ZVK_SUCCESS;
     for (size_t i = 0; i < table.count; ++i) {

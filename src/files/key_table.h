@@ -1,8 +1,8 @@
 #ifndef QUORVEX_FILES_KEY_TABLE_H
 #define QUORVEX_FILES_KEY_TABLE_H
 
-// The keys that modules read from config.ini, as tables. A module reads a section by running through its
-// rows in order; docs/configuration.md is made from the same rows.
+// The keys that modules read from config.ini, as tables. A module reads a section by running
+// through its rows in order; docs/configuration.md is made from the same rows.
 
 #include "quorvex/types.h"
 
@@ -32,9 +32,9 @@ struct ZVK_KeyTable
     size_t count;
 };
 
-// Reads the rows in order into the record. A negative status ends it at once, with what came before in
-// the record; a positive one is captured and reading goes on. The status of the last read.
-int32_t ReadKeys(SessionHandle vi, const char *fileName, const char *section, const ZVK_KeyTable &table,
-                 void *record);
+// Reads the rows in order into the record. A negative status ends it at once, with what came before
+// in the record; a positive one is captured and reading goes on. The status of the last read.
+int32_t ReadKeys(SessionHandle vi, const char *fileName, const char *section,
+                 const ZVK_KeyTable &table, void *record);
 
 #endif

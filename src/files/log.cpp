@@ -11,10 +11,10 @@
 #include <new>
 #include <string>
 
-constexpr size_t kTailSize = 200;
+constexpr size_t kTailSize = 200;  // what ZVK_ConFile_Extract keeps
 
-// The text as a format without arguments: "%%" is one sign, a conversion without its argument stands as
-// it is written.
+// The text as a format without arguments: "%%" is one sign, a conversion without its argument
+// stands as it is written.
 static std::string ExpandedText(const char *text)
 {
     std::string expanded;
@@ -29,13 +29,14 @@ static std::string Record(const char *message)
 {
     const ZVK_LocalTime now = Clock().localTime();
     char stamp[128];
-    std::snprintf(stamp, sizeof stamp, "\n\n%dh %dmin %dsec, %d/%d/%d\t", now.hours, now.minutes, now.seconds,
-                  now.month, now.day, now.year);
+    std::snprintf(stamp, sizeof stamp, "\n\n%dh %dmin %dsec, %d/%d/%d\t", now.hours, now.minutes,
+                  now.seconds, now.month, now.day, now.year);
     return stamp + ExpandedText(message) + "\n";
 }
 
 int32_t ZVK_ConFile_WriteLog(SessionHandle, const char *Filename, const char *msg)
 {
+    if (!msg) return ZVK_CONFILE_LOG_FAILED;
     try {
         const std::string record = Record(msg);
         const std::string path = ResolvePath(Filename, {"log.ini", "hlls.bin"});
@@ -52,14 +53,14 @@ int32_t ZVK_ConFile_WriteLog(SessionHandle, const char *Filename, const char *ms
 
 int32_t ZVK_ConFile_Extract(SessionHandle, char *source, const char *tofind)
 {
+    if (!source || !tofind || *tofind == '\0') return ZVK_SUCCESS;
     const char *last = nullptr;
-    for (const char *at = std::strstr(source, tofind); at != nullptr && *at != '\0'; at = std::strstr(at + 1, tofind))
+    for (const char *at = std::strstr(source, tofind); at; at = std::strstr(at + 1, tofind))
         last = at;
-    if (last == nullptr) return ZVK_SUCCESS;
+    if (!last) return ZVK_SUCCESS;
     // From one character behind the match's start, however long the searched text is.
-    char tail[kTailSize + 1] = "";
     const size_t length = strnlen(last + 1, kTailSize);
-    std::memcpy(tail, last + 1, length);
-    std::memcpy(source, tail, length + 1);
+    std::memmove(source, last + 1, length);
+    source[length] = '\0';
     return ZVK_SUCCESS;
 }
