@@ -184,6 +184,10 @@ ZVK_API int32_t ZVK_CoordinateSystems_SetTrafoCoeff(SessionHandle SessionHandle,
  * coeffX is fitted to vw[0] with terms xy[0]^i * xy[1]^j, coeffY to vw[1] with terms xy[1]^i *
  * xy[0]^j. On return the contents of xy[0] and xy[1] are exchanged.
  *
+ * For pixels to volts give the pixels X and Y as xy and the volts Y and X, in this order, as vw:
+ * the results are dataX and dataY. For volts to pixels give volts X and Y and pixels X and Y: the
+ * results are dataXI and dataYI.
+ *
  * The squared residuals of the overdetermined system are minimised by an orthogonal factorisation
  * of the observation matrix (Golub and Van Loan, "Matrix Computations", chapter 5), its columns
  * scaled to length 1 before. With fewer independent samples than terms the solution of least size

@@ -1,7 +1,9 @@
 // Every allocation of the coordinate calls fails in turn: the told status comes, nothing leaks, and
 // the next call works.
 
+#include "failing_files.h"
 #include "failing_memory.h"
+#include "failing_new.h"
 #include "steering_fixture.h"
 
 #include <cstdlib>
@@ -131,4 +133,43 @@ TEST_F(CoordinateMemory, ConvertingAllocatesNothing)
         ASSERT_EQ(ZVK_CoordinateSystems_Trafo(0, 0, -1, &x, &y), 0);
     }
     EXPECT_EQ(memory.Allocations(), before);
+}
+
+// C++ allocations, which the general heap's table doesn't see: texts and stores of the file layer.
+TEST_F(CoordinateMemory, NoFailedAllocationLeavesTheInit)
+{
+    bool failed = true;
+    for (int64_t nth = 1; failed; ++nth) {
+        resetSteering();
+        int32_t status = 0;
+        {
+            const FailingNew allocations(nth);
+            status = ZVK_CoordinateSystems_Init(0, 0, 0);
+            failed = allocations.Failed();
+        }
+        EXPECT_EQ(g_trafo[0].busy, status < 0 ? 1 : 0) << nth;
+        EXPECT_TRUE(failed || status == 0);
+        ASSERT_EQ(ZVK_CoordinateSystems_Init(0, 0, 0), 0);
+        ASSERT_LT(nth, 10000);
+    }
+}
+
+TEST_F(CoordinateMemory, AFileThatCannotBeReadIsTold)
+{
+    bool failed = true;
+    for (int nth = 1; failed; ++nth) {
+        resetSteering();
+        int32_t status = 0;
+        {
+            FailingFiles files;
+            files.FailAt(nth);
+            status = ZVK_CoordinateSystems_Init(0, 0, 0);
+            failed = files.Failed();
+        }
+        EXPECT_TRUE(failed || status == 0);
+        EXPECT_TRUE(status == 0 || status == ZVK_CONFILE_NOT_READABLE) << status;
+        EXPECT_EQ(g_trafo[0].busy, status < 0 ? 1 : 0);
+        ASSERT_EQ(ZVK_CoordinateSystems_Init(0, 0, 0), 0);
+        ASSERT_LT(nth, 1000);
+    }
 }

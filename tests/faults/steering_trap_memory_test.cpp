@@ -2,6 +2,7 @@
 // next call works.
 
 #include "failing_memory.h"
+#include "failing_new.h"
 #include "steering_fixture.h"
 
 #include <cstdlib>
@@ -201,4 +202,25 @@ TEST_F(TrapMemory, EverythingATrapOwnsGoesWithIt)
     ASSERT_EQ(ZVK_Trap_SetTrajectory(0, 0, second, 2, x.data(), x.data(), &speed), 0);
     EXPECT_EQ(ZVK_Trap_DeleteAll(0, 0), 0);
     EXPECT_EQ(memory.Live(), before);
+}
+
+// C++ allocations, which the general heap's table doesn't see: texts and stores of the file layer.
+TEST_F(TrapMemory, NoFailedAllocationLeavesTheInit)
+{
+    bool failed = true;
+    for (int64_t nth = 1; failed; ++nth) {
+        resetSteering();
+        const int64_t before = LiveNewBlocks();
+        int32_t status = 0;
+        {
+            const FailingNew allocations(nth);
+            status = ZVK_Trap_Init(0, 0, 0, 0, "A_1");
+            failed = allocations.Failed();
+        }
+        EXPECT_EQ(g_trap.head[0] == nullptr, status < 0) << nth;
+        EXPECT_TRUE(failed || status == 0);
+        resetSteering();
+        EXPECT_EQ(LiveNewBlocks(), before) << nth;
+        ASSERT_LT(nth, 10000);
+    }
 }
