@@ -14,7 +14,7 @@ def main():
     exported = {line.split()[-1].split("@")[0] for line in symbols.splitlines()}
     declared = set()
     for header in Path(headers).glob("*.h"):
-        declared |= set(re.findall(r"^ZVC_API\s+\w+\s+((?:DAQmx|ZVC_)\w+)\(", header.read_text(), re.M))
+        declared |= set(re.findall(r"^\s*ZVC_API\s+\w+\s+((?:DAQmx|ZVC_)\w+)\(", header.read_text(), re.M))
     bad = [f"declared, but not exported: {name}" for name in sorted(declared - exported)]
     bad += [f"exported, but not declared: {name}" for name in sorted(exported - declared)]
     print("\n".join(bad) or f"{len(exported)} functions")
