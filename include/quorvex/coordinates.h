@@ -19,7 +19,8 @@ ZVK_EXTERN_C_BEGIN
  *   dataYI   volts to pixels; gives the Y pixel from terms y^i * x^j
  *
  * Every call may come from any thread. While ZVK_CoordinateSystems_Init runs, and after it has
- * failed, the others answer ZVK_COORDINATES_BUSY. Pointers must not be null unless a call says so.
+ * failed, the others answer ZVK_COORDINATES_BUSY. Tables and values that go in and come back must
+ * be there.
  */
 
 /**
@@ -171,7 +172,8 @@ ZVK_API int32_t ZVK_CoordinateSystems_GetTrafoCoeffs(SessionHandle SessionHandle
  *         ZVK_COORDINATES_NOT_SQUARE       CoeffNum isn't a square number: the path keeps its
  *                                          count and its range but has lost its tables, until a
  *                                          good call or ZVK_CoordinateSystems_Init
- *         ZVK_COORDINATES_NO_MEMORY        no room: the path has the new count and no tables
+ *         ZVK_COORDINATES_NO_MEMORY        no room, or a CoeffNum above 1048576: the path has
+ *                                          the new count and no tables
  */
 ZVK_API int32_t ZVK_CoordinateSystems_SetTrafoCoeff(SessionHandle SessionHandle, int32_t Path,
                                                     int32_t CoeffNum, const double *DataX,

@@ -18,8 +18,8 @@ ZVK_EXTERN_C_BEGIN
  *
  * Every call may come from any thread but the output event's. Calls that make, delete or steer
  * traps wait for each other; where the galvo module's sample buffer is in use they try again,
- * without a limit in time. Pointers must not be null unless a call says so. Where a call is
- * refused, nothing is written or changed unless it says so.
+ * without a limit in time. A null output is passed over; tables and values that go in and come
+ * back must be there. Where a call is refused, nothing is written or changed unless it says so.
  */
 
 /**

@@ -149,6 +149,7 @@ int32_t ZVK_CoordinateSystems_Init(SessionHandle SessionHandle, uint16_t, uint16
 
 int32_t ZVK_CoordinateSystems_Shutdown(SessionHandle)
 {
+    const std::lock_guard loading(s_loading);
     for (ZVK_TrafoState &row : g_trafo) {
         DropTables(row);
         Store(row.initialized, 0);
@@ -162,8 +163,8 @@ int32_t ZVK_CoordinateSystems_GetCameraScale(SessionHandle, double *ScaleX, doub
     if (!IsLoaded(row)) return ZVK_COORDINATES_NOT_INITIALIZED;
     if (IsBusy(row)) return ZVK_COORDINATES_BUSY;
     const std::shared_lock reading(TrafoGuard());
-    *ScaleX = row.scaleX;
-    *ScaleY = row.scaleY;
+    if (ScaleX) *ScaleX = row.scaleX;
+    if (ScaleY) *ScaleY = row.scaleY;
     return ZVK_SUCCESS;
 }
 
@@ -213,7 +214,7 @@ int32_t ZVK_CoordinateSystems_SetTrafoCoeff(SessionHandle, int32_t Path, int32_t
         return ZVK_COORDINATES_NOT_SQUARE;
     }
     TrafoTables tables;
-    if (!tables.allocate(CoeffNum)) {
+    if (CoeffNum > kMostCoefficients || !tables.allocate(CoeffNum)) {
         DropTables(row);
         const std::lock_guard alone(TrafoGuard());
         row.coeffNum = CoeffNum;

@@ -51,7 +51,9 @@ int32_t ZVK_CoordinateSystems_Trafo(SessionHandle, int32_t path, int32_t trafoDi
     if (IsBusy(row)) return ZVK_COORDINATES_BUSY;
     if (!IsLoaded(row)) return ZVK_COORDINATES_NOT_INITIALIZED;
     const std::shared_lock reading(TrafoGuard());
-    if (row.dataX == nullptr) return MissingTables(row);
+    const bool isKnown =
+        trafoDir == ZVK_TRAFODIR_PIXEL_TO_VOLT || trafoDir == ZVK_TRAFODIR_VOLT_TO_PIXEL;
+    if (isKnown && row.dataX == nullptr) return MissingTables(row);
 
     *x += kInputShift;
     *y += kInputShift;

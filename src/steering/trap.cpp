@@ -9,6 +9,7 @@
 #include "quorvex/galvo.h"
 #include "steering/check_status.h"
 #include "steering/coordinates.h"
+#include "steering/galvo_gate.h"
 #include "steering/trap_keys.h"
 
 #include <cmath>
@@ -124,8 +125,8 @@ int32_t ZVK_Trap_GetInitStatus(SessionHandle, int32_t path, int32_t *status, int
     if (!IsTrapPath(path)) return ZVK_TRAP_BAD_PATH;
     const std::lock_guard list(TrapList());
     const ZVK_TNode *head = g_trap.head[path];
-    *status = head ? 1 : 0;
-    *index = head ? head->index : 0;
+    if (status) *status = head ? 1 : 0;
+    if (index) *index = head ? head->index : 0;
     return ZVK_SUCCESS;
 }
 
@@ -165,9 +166,8 @@ static int32_t ToVolts(int32_t path, const ZVK_TrapLimits &limits, int32_t unit,
 
 static double Between(double value, double low, double high)
 {
-    if (value > high) return high;
-    if (value < low) return low;
-    return value;
+    if (!(value >= low)) return low;  // also what is not a number: it must not reach a mirror
+    return value > high ? high : value;
 }
 
 int32_t ZVK_Trap_Add(SessionHandle SessionHandle, int32_t path, int32_t *index, double speed,
@@ -179,7 +179,8 @@ int32_t ZVK_Trap_Add(SessionHandle SessionHandle, int32_t path, int32_t *index, 
     if (head == nullptr) return ZVK_TRAP_BAD_INDEX;
 
     const int32_t wp = CountTraps(head);
-    *index = IndexFromClock();
+    const int32_t identity = IndexFromClock();
+    if (index) *index = identity;
     const ZVK_TrapLimits limits = LimitsOfPath(path);
     const int32_t status = ToVolts(path, limits, unit, &x, &y, &speed);
     if (status < 0 && status != ZVK_COORDINATES_BAD_UNIT) return status;
@@ -189,11 +190,10 @@ int32_t ZVK_Trap_Add(SessionHandle SessionHandle, int32_t path, int32_t *index, 
     // The node comes first: without one there must be no waypoint either, or the numbers of the two
     // lists would part. Its absence is not reported.
     int made = ZVK_SUCCESS;
-    ZVK_TNode *node = ZVK_Trap_InsFront(nullptr, *index, wp, speed, name, x, y, &made);
+    ZVK_TNode *node = ZVK_Trap_InsFront(nullptr, identity, wp, speed, name, x, y, &made);
     if (made != ZVK_SUCCESS) return status;
-    int32_t waypoints = 0;
     (void)RepeatWhile(ZVK_GALVO_BUFFER_IN_USE,
-                      [&] { return ZVK_Galvo_AddWaypoint(SessionHandle, path, &waypoints, x, y); });
+                      [&] { return ZVK_Galvo_AddWaypoint(SessionHandle, path, nullptr, x, y); });
 
     const std::lock_guard list(TrapList());
     node->next = head;
@@ -283,6 +283,7 @@ int32_t ZVK_Trap_DeleteAll(SessionHandle SessionHandle, int32_t path)
     if (g_trap.head[path] == nullptr) return ZVK_TRAP_BAD_INDEX;
     SetOverlay(0);
 
+    const GalvoClaim together;  // no other client makes the samples unready in between
     // Without a new waypoint list the galvo module would answer "not ready" for ever.
     if (CentreOnly(SessionHandle, path, KeepOldest(path)) < 0) return ZVK_GALVO_NEW_BUFFER_FAILED;
     const int32_t written =

@@ -213,8 +213,8 @@ int32_t ZVK_Trap_GetPosition(SessionHandle, int32_t path, int32_t index, double 
     else
         status = ToUnit(path, unit, &xNow, &yNow);
     if (status < 0) return status;
-    *x = xNow;
-    *y = yNow;
+    if (x) *x = xNow;
+    if (y) *y = yNow;
     return status;
 }
 
@@ -230,13 +230,13 @@ int32_t ZVK_Trap_GetPositionTarget(SessionHandle, int32_t Path, int32_t Index, d
     double y = node->pixelY;
     switch (Unit) {
     case ZVK_UNIT_PIXEL:
-        *X = x;
-        *Y = y;
+        if (X) *X = x;
+        if (Y) *Y = y;
         return ZVK_SUCCESS;
     case ZVK_UNIT_VOLT:
-        node->xPos =
-            *X;  // the caller's values go into the node, not the other way round; keep it so
-        node->yPos = *Y;
+        // The caller's values go into the node, not the other way round; keep it so.
+        if (X) node->xPos = *X;
+        if (Y) node->yPos = *Y;
         return ZVK_SUCCESS;
     case ZVK_UNIT_MICROMETER:
         // The transform has no such direction and refuses it.

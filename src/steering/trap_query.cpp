@@ -15,8 +15,9 @@ int32_t ZVK_Trap_GetNumberOfTraps(SessionHandle, int32_t path, int32_t *num)
 {
     if (!IsTrapPath(path)) return ZVK_TRAP_BAD_PATH;
     const std::lock_guard list(TrapList());
-    *num = CountTraps(g_trap.head[path]);
-    return *num == 0 ? ZVK_TRAP_BAD_INDEX : ZVK_SUCCESS;
+    const int32_t count = CountTraps(g_trap.head[path]);
+    if (num) *num = count;
+    return count == 0 ? ZVK_TRAP_BAD_INDEX : ZVK_SUCCESS;
 }
 
 int32_t ZVK_Trap_GetIndexList(SessionHandle, int32_t path, int32_t *indexList)
@@ -58,6 +59,9 @@ int32_t ReadTrapArray(int32_t path, int32_t room, int32_t *count, double *x, dou
 {
     *count = 0;
     if (!IsTrapPath(path)) return ZVK_TRAP_BAD_PATH;
+    // In volts it stores set positions: not while waypoints and list are out of step.
+    std::unique_lock turn(TrapTurn(), std::defer_lock);
+    if (unit == ZVK_UNIT_VOLT) turn.lock();
     const std::lock_guard list(TrapList());
     ZVK_TNode *node = g_trap.head[path];
     if (node == nullptr) return ZVK_TRAP_BAD_INDEX;
@@ -88,7 +92,7 @@ int32_t ZVK_Trap_GetStatus(SessionHandle, int32_t path, int32_t index, int32_t *
     ZVK_TNode *node = nullptr;
     const int32_t found = LookUpTrap(path, index, &node);
     if (found != ZVK_SUCCESS) return found;
-    *status = node->active;
+    if (status) *status = node->active;
     return ZVK_SUCCESS;
 }
 

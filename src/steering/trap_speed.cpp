@@ -93,7 +93,7 @@ static int32_t SpeedInMicrometers(int32_t path, const ZVK_TNode &node, double *s
     double length = 0.0;
     status = LengthOfStep(path, &length);
     if (status < 0) return status;
-    *speed = SpeedOf(node) / kStepVolts * length;
+    if (speed) *speed = SpeedOf(node) / kStepVolts * length;
     return status;
 }
 
@@ -104,7 +104,9 @@ int32_t ZVK_Trap_GetSpeed(SessionHandle, int32_t path, int32_t index, double *sp
     const int32_t found = LookUpTrap(path, index, &node);
     if (found != ZVK_SUCCESS) return found;
     switch (Unit) {
-    case ZVK_UNIT_VOLT: *speed = SpeedOf(*node); return ZVK_SUCCESS;
+    case ZVK_UNIT_VOLT:
+        if (speed) *speed = SpeedOf(*node);
+        return ZVK_SUCCESS;
     case ZVK_UNIT_MICROMETER: return SpeedInMicrometers(path, *node, speed);
     default: return ZVK_TRAP_BAD_SPEED_UNIT;  // this call's own answer, also for pixels
     }

@@ -64,8 +64,8 @@ int32_t ZVK_Trap_GetMoveType(SessionHandle, int32_t Path, int32_t Index, int32_t
     node->moveType = moveType;
     // A waypoint falls to this mode by itself when its run has ended.
     if (node->moveType == ZVK_MOVE_STAND) node->trajRunning = 0;
-    *MoveType = node->moveType;
-    *TrajRunning = node->trajRunning;
+    if (MoveType) *MoveType = node->moveType;
+    if (TrajRunning) *TrajRunning = node->trajRunning;
     return status;
 }
 
@@ -104,13 +104,14 @@ int32_t ZVK_Trap_SetTrajectory(SessionHandle, int32_t Path, int32_t Index, int32
     ZVK_TNode *node = nullptr;
     const int32_t found = LookUpTrap(Path, Index, &node);
     if (found != ZVK_SUCCESS) return found;
+    if (NumWp > 0 && (!X || !Y)) return ZVK_TRAP_NO_TRAJECTORY;
     PointTables points;
     if (!points.copy(NumWp, X, Y)) return ZVK_TRAP_NO_MEMORY;
 
     const std::lock_guard list(TrapList());
     std::swap(node->trajX, points.x);
     std::swap(node->trajY, points.y);
-    *Speed = node->speed;
+    if (Speed) *Speed = node->speed;
     node->trajPoints = NumWp;
     node->trajExists = 1;
     node->trajRunning = 0;
@@ -152,7 +153,7 @@ int32_t ZVK_Trap_TrajectoryRun(SessionHandle SessionHandle, int32_t Path, int32_
 
     const std::lock_guard list(TrapList());
     node->moveType = MoveType;
-    *Frequency = RunFrequency(*node);
+    if (Frequency) *Frequency = RunFrequency(*node);
     return ZVK_SUCCESS;
 }
 
@@ -162,7 +163,7 @@ int32_t ZVK_Trap_TrajectoryExists(SessionHandle, int32_t Path, int32_t Index, in
     ZVK_TNode *node = nullptr;
     const int32_t found = LookUpTrap(Path, Index, &node);
     if (found != ZVK_SUCCESS) return found;
-    *TrajExists = node->trajExists;
+    if (TrajExists) *TrajExists = node->trajExists;
     return ZVK_SUCCESS;
 }
 
@@ -173,10 +174,10 @@ int32_t ZVK_Trap_GetTrajectory(SessionHandle, int32_t Path, int32_t Index, int32
     ZVK_TNode *node = nullptr;
     const int32_t found = LookUpTrap(Path, Index, &node);
     if (found != ZVK_SUCCESS) return found;
-    if (node->trajExists == 0) return ZVK_TRAP_NO_TRAJECTORY;
+    if (node->trajExists == 0 || !X || !Y) return ZVK_TRAP_NO_TRAJECTORY;
     PointTables points;
     if (!points.copy(node->trajPoints, node->trajX, node->trajY)) return ZVK_TRAP_NO_MEMORY;
-    *NumTrajPoints = node->trajPoints;
+    if (NumTrajPoints) *NumTrajPoints = node->trajPoints;
     *X = std::exchange(points.x, nullptr);
     *Y = std::exchange(points.y, nullptr);
     return ZVK_SUCCESS;
