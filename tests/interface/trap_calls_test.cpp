@@ -92,6 +92,7 @@ TEST_F(TrapCalls, TheSceneHasFiveTrapsOnEachPathWhereTheyWerePut)
         Values y(5);
         std::vector<std::string> names(5, std::string(257, '\0'));
         std::vector<char *> labels;
+        labels.reserve(names.size());
         for (std::string &name : names)
             labels.push_back(name.data());
         ASSERT_EQ(

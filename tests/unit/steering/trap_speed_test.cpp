@@ -156,3 +156,12 @@ TEST_F(TrapSpeed, ARangeBeyondTheLimitsDoesNotStopGet)
     EXPECT_NEAR(speed, 5.0, 1e-9);
     EXPECT_TRUE(capturedWarnings().empty());
 }
+
+TEST_F(TrapSpeed, GetAsksForTheRangeBeforeTheCentre)
+{
+    ZVK_Galvo_Shutdown(0);
+    g_trafo[0].busy = 1;
+    double speed = 42.0;
+    EXPECT_EQ(ZVK_Trap_GetSpeed(0, 0, index, &speed, ZVK_UNIT_MICROMETER), ZVK_COORDINATES_BUSY);
+    EXPECT_EQ(ZVK_Trap_SetSpeed(0, 0, index, 1.0, ZVK_UNIT_MICROMETER), ZVK_GALVO_NOT_CONFIGURED);
+}
