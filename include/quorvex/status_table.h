@@ -332,6 +332,7 @@
     BARE(ZVK_FORCECAL_NO_FIT, -1410) \
     BARE(ZVK_FORCECAL_BAD_DATA_TYPE, -1411) \
     BARE(ZVK_FORCECAL_NO_POTENTIAL, -1412) \
+    BARE(ZVK_FORCECAL_FILE_FAILED, -1413) \
     BARE(ZVK_FORCECAL_NO_LINE_SCAN, -1414) \
     TEXT(ZVK_FORCECAL_SPECTRUM_TOO_LONG, 1415, \
         "The requested calibration parameters require a larger FFT array. Either change calibration " \

@@ -2,7 +2,8 @@
 #define QUORVEX_FILES_KEY_TABLE_H
 
 // The keys that modules read from config.ini, as tables. A module reads a section by running
-// through its rows in order; docs/configuration.md is made from the same rows.
+// through its rows in order; docs/configuration.md is checked against the same
+// rows.
 
 #include "quorvex/types.h"
 
