@@ -34,6 +34,8 @@ static std::string Without(std::string text, const std::string &key, int nth = 1
     return text.erase(at, text.find('\n', at + 1) - at);
 }
 
+using Names = std::vector<std::string>;
+
 class Session : public testing::Test
 {
 protected:
@@ -61,32 +63,46 @@ protected:
         return status;
     }
 
-    // 1 when the path has traps; the newest one's name goes into `name`.
-    static int32_t HasTraps(int32_t path, std::string *name = nullptr)
+    // The names of a path's traps, newest first.
+    static std::vector<std::string> Traps(int32_t path)
     {
-        int32_t status = -9;
-        int32_t index = -9;
-        EXPECT_EQ(ZVK_Trap_GetInitStatus(0, path, &status, &index), 0);
-        if (status == 1 && name != nullptr) {
-            char text[257] = "";
-            EXPECT_EQ(ZVK_Trap_GetName(0, path, index, text), 0);
-            *name = text;
-        }
-        return status;
-    }
-
-    static int32_t TrapCount(int32_t path)
-    {
-        int32_t count = -9;
-        EXPECT_EQ(ZVK_Trap_GetCount(0, path, &count), 0);
-        return count;
+        int32_t count = 0;
+        if (ZVK_Trap_GetNumberOfTraps(0, path, &count) != 0) return {};
+        std::vector<std::vector<char>> room(static_cast<size_t>(count), std::vector<char>(257));
+        std::vector<char *> labels;
+        for (std::vector<char> &text : room)
+            labels.push_back(text.data());
+        std::vector<double> places(static_cast<size_t>(count));
+        std::vector<double> rows(static_cast<size_t>(count));
+        EXPECT_EQ(ZVK_Trap_GetArray(0, path, places.data(), rows.data(), nullptr, labels.data(),
+                                    ZVK_UNIT_VOLT),
+                  0);
+        return {labels.begin(), labels.end()};
     }
 
     static int32_t Convert()
     {
         double x = 0.0;
         double y = 0.0;
-        return ZVK_CoordinateSystems_Trafo(0, 0, ZVK_TRAFODIR_VOLT_TO_PIXEL, &x, &y);
+        return ZVK_CoordinateSystems_Convert(0, 0, &x, &y, ZVK_TRAFODIR_VOLT_TO_PIXEL);
+    }
+
+    static void ExpectAllUp()
+    {
+        EXPECT_EQ(GalvoStatus(0), 1);
+        EXPECT_EQ(GalvoStatus(1), 1);
+        EXPECT_EQ(Traps(0), Names{"A_1"});
+        EXPECT_EQ(Traps(1), Names{"B_1"});
+        EXPECT_EQ(Convert(), 0);
+    }
+
+    static void ExpectAllDown()
+    {
+        EXPECT_EQ(GalvoStatus(0), 0);
+        EXPECT_EQ(GalvoStatus(1), 0);
+        EXPECT_EQ(Traps(0), Names{});
+        EXPECT_EQ(Traps(1), Names{});
+        EXPECT_EQ(Convert(), ZVK_COORDINATES_NOT_INITIALIZED);
     }
 
     static std::vector<int32_t> Captured()
@@ -101,3 +117,157 @@ protected:
 
     InstrumentFolder folder;
 };
+
+TEST_F(Session, InitBringsAllUpAndCloseTakesAllDown)
+{
+    ASSERT_EQ(ZVK_init("", 0, 0, 640), 0);
+    ExpectAllUp();
+    EXPECT_EQ(Captured(), std::vector<int32_t>{});
+    EXPECT_EQ(Log(), "");
+    EXPECT_EQ(ZVK_close(640), 0);
+    ExpectAllDown();
+}
+
+TEST_F(Session, AnySessionValueNullNameAndFlagsBehaveTheSame)
+{
+    ASSERT_EQ(ZVK_init(nullptr, 0, 0, 0), 0);
+    ExpectAllUp();
+    ASSERT_EQ(ZVK_close(0), 0);
+    ASSERT_EQ(ZVK_init("any name", 1, 65535, 0xFFFFFFFFU), 0);
+    ExpectAllUp();
+    ASSERT_EQ(ZVK_close(3), 0) << "another value means the same session";
+    ExpectAllDown();
+}
+
+TEST_F(Session, SecondInitStartsTheListsOfBothPathsAfresh)
+{
+    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    int32_t index = 0;
+    ASSERT_EQ(ZVK_Trap_Add(0, 0, &index, 1.0, "more", 0.5, 0.5, ZVK_UNIT_VOLT), 0);
+    ASSERT_EQ(ZVK_Trap_Add(0, 1, &index, 1.0, "other", 0.5, 0.5, ZVK_UNIT_VOLT), 0);
+    ASSERT_EQ(Traps(0), (Names{"more", "A_1"}));
+    ASSERT_EQ(Traps(1), (Names{"other", "B_1"}));
+    EXPECT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ExpectAllUp();
+}
+
+TEST_F(Session, ManySessionsFollowEachOther)
+{
+    for (int i = 0; i < 5; ++i) {
+        ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+        ExpectAllUp();
+        ASSERT_EQ(ZVK_close(1), 0);
+        ExpectAllDown();
+    }
+}
+
+TEST_F(Session, CloseWithoutInitAndTwiceIsHarmless)
+{
+    EXPECT_EQ(ZVK_close(1), 0);
+    EXPECT_EQ(ZVK_close(1), 0);
+    ExpectAllDown();
+}
+
+TEST_F(Session, OnTheCardSecondInitKeepsTheOneTaskAndCloseClearsIt)
+{
+    Write(Virtual());
+    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ExpectAllUp();
+    EXPECT_EQ(ZVC_CountTasks(), 1);
+    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    EXPECT_EQ(ZVC_CountTasks(), 1);
+    EXPECT_EQ(ZVC_CountCalls("DAQmxCreateTask"), 1U);
+    ASSERT_EQ(ZVK_close(1), 0);
+    EXPECT_EQ(ZVC_CountTasks(), 0);
+    ExpectAllDown();
+}
+
+TEST_F(Session, InitWithoutConfigurationEndsAtTheFirstModuleAndMayBeRepeated)
+{
+    Write("");
+    EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_CONFILE_NOT_READABLE);
+    ExpectAllDown();
+    EXPECT_NE(Log().find("An error occurred reading section GALVO 0, tag OFFSETX"),
+              std::string::npos);
+    Write(Simulated());
+    EXPECT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ExpectAllUp();
+}
+
+TEST_F(Session, CloseAfterAFailedInitTakesDownWhatIsUp)
+{
+    folder.Files().Write("default.odf", "");
+    EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_CONFILE_NOT_READABLE);
+    EXPECT_EQ(Traps(0), Names{"A_1"});
+    EXPECT_EQ(Traps(1), Names{"B_1"}) << "what came up stays up";
+    EXPECT_EQ(ZVK_close(1), 0);
+    EXPECT_EQ(GalvoStatus(0), 0);
+    EXPECT_EQ(Traps(0), Names{});
+}
+
+TEST_F(Session, FirstFailureIsTheResultAndLaterModulesAreNotReached)
+{
+    ASSERT_EQ(ZVK_Galvo_Init(1, 0, 0), 0);  // so that only the traps read the limits
+    Write(Without(Simulated(), "MINX", 2));
+    folder.Files().Write("default.odf", "");
+    EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_CONFILE_NOT_FOUND) << "path B's, not the objective's";
+    EXPECT_EQ(Traps(0), Names{"A_1"}) << "nothing that came up goes down again";
+    EXPECT_EQ(Traps(1), Names{});
+    EXPECT_EQ(Log().find("COEFFNUM"), std::string::npos);
+}
+
+TEST_F(Session, OutputThatRunsAlreadyDoesNotEndInit)
+{
+    ASSERT_EQ(ZVK_Galvo_DaqInit(1, 1), 0);
+    EXPECT_EQ(ZVK_init("", 0, 0, 1), 0) << "a warning is dropped";
+    ExpectAllUp();
+}
+
+TEST_F(Session, FailedCardEndsInitAndTheNextOneWorks)
+{
+    Write(Virtual());
+    ZVC_FailCall("DAQmxStartTask", 1, -50103);
+    EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_GALVO_DAQ_FAILED);
+    EXPECT_EQ(Traps(0), Names{});
+    EXPECT_EQ(ZVK_close(1), 0);
+    EXPECT_EQ(ZVC_CountTasks(), 0);
+    EXPECT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ExpectAllUp();
+}
+
+TEST_F(Session, CardWithoutUsbEndsInitWithTheDriversCode)
+{
+    Write(Virtual());
+    ZVC_SetUsb(0);
+    EXPECT_LT(ZVK_init("", 0, 0, 1), -200000);
+    EXPECT_EQ(Traps(0), Names{});
+    ZVC_SetUsb(1);
+    EXPECT_EQ(ZVK_close(1), 0);
+    EXPECT_EQ(ZVC_CountTasks(), 0);
+}
+
+TEST_F(Session, CloseForgetsTheCapturedWarnings)
+{
+    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ASSERT_EQ(ZVK_error_CaptureWarning(1, ZVK_GALVO_CLAMPED), 0);
+    EXPECT_EQ(ZVK_close(1), 0);
+    EXPECT_EQ(Captured(), std::vector<int32_t>{});
+    ASSERT_EQ(ZVK_error_CaptureWarning(1, ZVK_GALVO_SPEED_LIMIT), 0);
+    EXPECT_EQ(Captured(), std::vector<int32_t>{ZVK_GALVO_SPEED_LIMIT});
+}
+
+TEST_F(Session, CallsThatOnlyAnswerWorkWithoutInit)
+{
+    char driver[16] = "";
+    char instrument[16] = "";
+    EXPECT_EQ(ZVK_revision_query(0, driver, instrument), 0);
+    EXPECT_STREQ(driver, "1.0.985M");
+    EXPECT_STREQ(instrument, "Not Available");
+    EXPECT_EQ(ZVK_reset(0), 0);
+    EXPECT_EQ(ZVK_self_test(0, nullptr, nullptr), 0);
+    EXPECT_EQ(ZVK_error_query(0, nullptr, nullptr), 0x3FFC0105);
+    char message[4096] = "";
+    EXPECT_EQ(ZVK_error_message(0, 0x3FFC0105, message), 0);
+    EXPECT_STREQ(message, "The device does not support firmware revision queries");
+    EXPECT_EQ(Log(), "");
+}
