@@ -8,18 +8,7 @@
 #include <cmath>
 #include <system_error>
 
-static bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
 static char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-std::string_view Trimmed(std::string_view text)
-{
-    while (!text.empty() && IsSpace(text.front()))
-        text.remove_prefix(1);
-    while (!text.empty() && IsSpace(text.back()))
-        text.remove_suffix(1);
-    return text;
-}
 
 int CompareNames(std::string_view a, std::string_view b)
 {
@@ -128,8 +117,7 @@ int ConvertDouble(std::string_view text, double *value)
 {
     if (Trimmed(text).empty()) return 0;
     if (ConvertInfinity(text, value)) return 1;
-    while (IsSpace(text.front()))
-        text.remove_prefix(1);
+    text = TrimmedFront(text);
     if (text.front() == '+') {
         text.remove_prefix(1);
         if (!text.empty() && text.front() == '-') return INI_NOT_A_NUMBER;

@@ -4,25 +4,22 @@
 #include "platform/files.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 
 constexpr std::string_view kPartWord = " Line";
 
-// Cuts the next line off the text. CR, LF and NUL end a line; CR LF and LF CR are one end.
+constexpr size_t kUsualItems = 24;  // room that a section has from the start
+
+// Cuts the next line off the text, behind which there is a NUL. CR, LF and NUL end a line; CR LF
+// and LF CR are one end.
 static std::string_view NextLine(std::string_view &text)
 {
-    size_t end = 0;
-    while (end < text.size() && text[end] != '\n' && text[end] != '\r' && text[end] != '\0')
-        ++end;
+    const size_t end = std::strcspn(text.data(), "\r\n");
     const std::string_view line = text.substr(0, std::min(end, kLongestLine));
-    if (end == text.size()) {
-        text = {};
-        return line;
-    }
-    const char first = text[end];
-    const char second = end + 1 < text.size() ? text[end + 1] : '\0';
-    const bool pair = (first == '\r' && second == '\n') || (first == '\n' && second == '\r');
-    text.remove_prefix(end + (pair ? 2 : 1));
+    const std::string_view two = text.substr(end, 2);
+    const bool pair = two == "\r\n" || two == "\n\r";
+    text.remove_prefix(std::min(end + (pair ? 2 : 1), text.size()));
     return line;
 }
 
@@ -46,6 +43,7 @@ static std::string_view Keep(IniStore &store, std::string text)
 
 static std::string_view TakePending(Loading &loading)
 {
+    if (loading.pending.empty()) return {};
     std::string text;
     text.swap(loading.pending);
     return Keep(loading.store, std::move(text));
@@ -67,6 +65,7 @@ static bool OpenSection(Loading &loading, std::string_view line)
     IniSection section;
     section.name = Trimmed(line.substr(1, close - 1));
     section.comment = TakePending(loading);
+    section.items.reserve(kUsualItems);
     loading.store.sections.push_back(std::move(section));
     return true;
 }
@@ -77,19 +76,20 @@ static bool AddItem(Loading &loading, std::string_view line)
     if (separator == std::string_view::npos) return false;
     std::string_view value = Trimmed(line.substr(separator + 1));
     if (value.empty() || loading.store.sections.empty()) return false;
-    IniItem item;
+    const bool quoted = value.size() >= 2 && value.front() == '"' && value.back() == '"';
+    if (quoted) value = value.substr(1, value.size() - 2);
+    // Filled in its place: there are hundreds in a file.
+    IniItem &item = loading.store.sections.back().items.emplace_back();
     item.tag = Trimmed(line.substr(0, separator));
-    item.quoted = value.size() >= 2 && value.front() == '"' && value.back() == '"';
-    item.value = item.quoted ? value.substr(1, value.size() - 2) : value;
+    item.value = value;
     item.comment = TakePending(loading);
-    loading.store.sections.back().items.push_back(item);
+    item.quoted = quoted;
     return true;
 }
 
 static void LoadLine(Loading &loading, std::string_view line)
 {
-    while (!line.empty() && Trimmed(line.substr(0, 1)).empty())
-        line.remove_prefix(1);
+    line = TrimmedFront(line);
     if (!line.empty() && line.front() == ';') {
         AddComment(loading.pending, line);
         return;
@@ -145,7 +145,8 @@ static void JoinParts(IniStore &store, std::vector<IniItem> &items)
             next = JoinRun(store, items, from);
             if (next > from + 1) items[from].tag = Trimmed(items[from].tag.substr(0, length));
         }
-        items[to++] = items[from];
+        if (to != from) items[to] = items[from];
+        ++to;
         from = next;
     }
     items.resize(to);

@@ -70,15 +70,33 @@ int Ini_PutInt(IniStore *store, const char *section, const char *tag, int32_t va
 int Ini_PutDouble(IniStore *store, const char *section, const char *tag, double value);
 int Ini_PutString(IniStore *store, const char *section, const char *tag, const char *value);
 
-// -- inside the store (ini_read.cpp, ini_convert.cpp) --
+// -- inside the store (ini_read.cpp, ini_write.cpp, ini_convert.cpp) --
 
 constexpr size_t kLongestLine = 1024;  // of a line as read; the rest is dropped
 
-std::string_view Trimmed(std::string_view text);
+// Here, since each line of a file goes through them.
+inline bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+inline std::string_view TrimmedFront(std::string_view text)
+{
+    while (!text.empty() && IsSpace(text.front()))
+        text.remove_prefix(1);
+    return text;
+}
+
+inline std::string_view Trimmed(std::string_view text)
+{
+    text = TrimmedFront(text);
+    while (!text.empty() && IsSpace(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+
 int CompareNames(std::string_view a,
                  std::string_view b);  // without regard to case; below 0: a first
 void AddComment(std::string &comment, std::string_view lines);  // joined by CR LF
 void PutInOrder(IniStore &store);
+std::string TextOf(const IniStore &store);  // the file's bytes, in the order as it stands
 
 std::string DecodedText(std::string_view text);
 std::string EncodedText(const char *text);

@@ -60,7 +60,7 @@ static void AddItem(std::string &text, const IniItem &item)
     AddValue(text, item.value, item.quoted);
 }
 
-static std::string TextOf(const IniStore &store)
+std::string TextOf(const IniStore &store)
 {
     std::string text;
     if (!store.headComment.empty()) {

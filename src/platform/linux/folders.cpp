@@ -46,7 +46,9 @@ ZVK_FolderFacts CollectFolderFacts()
     ZVK_FolderFacts facts;
     facts.commonOverride = Variable("ZVK_COMMON_APPDATA");
     facts.systemBase = kSystemBase;
-    facts.systemFolderExists = IsFolder(facts.systemBase + "/ZVK640");
+    // Not looked for where it makes no difference: each access to a file asks.
+    facts.systemFolderExists =
+        facts.commonOverride.empty() && IsFolder(facts.systemBase + "/ZVK640");
     facts.xdgDataHome = Variable("XDG_DATA_HOME");
     facts.xdgConfigHome = Variable("XDG_CONFIG_HOME");
     facts.home = Home();

@@ -53,6 +53,8 @@ std::string ScratchFolder::Read(const std::string &name) const
 
 bool ScratchFolder::Holds(const std::string &name) const { return fs::exists(Path(name)); }
 
+void ScratchFolder::Remove(const std::string &name) const { fs::remove(Path(name)); }
+
 int ScratchFolder::CountFiles() const
 {
     return static_cast<int>(

@@ -20,6 +20,7 @@ public:
     void Write(const std::string &name, const std::string &bytes) const;
     std::string Read(const std::string &name) const;  // empty when there is no such file
     bool Holds(const std::string &name) const;
+    void Remove(const std::string &name) const;  // harmless when there is no such file
     int CountFiles() const;
 
 private:
