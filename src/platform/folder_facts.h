@@ -9,12 +9,13 @@
 
 struct ZVK_FolderFacts
 {
-    std::string commonOverride;       // $ZVK_COMMON_APPDATA, empty when unset
-    std::string systemBase;           // /var/lib
-    bool systemFolderExists = false;  // systemBase/ZVK640 is a folder; not asked beside commonOverride
-    std::string xdgDataHome;          // $XDG_DATA_HOME, empty when unset
-    std::string xdgConfigHome;        // $XDG_CONFIG_HOME, empty when unset
-    std::string home;                 // $HOME, else from the user data base; never empty
+    std::string commonOverride;  // $ZVK_COMMON_APPDATA, empty when unset
+    std::string systemBase;      // /var/lib
+    bool systemFolderExists =
+        false;                  // systemBase/ZVK640 is a folder; not asked beside commonOverride
+    std::string xdgDataHome;    // $XDG_DATA_HOME, empty when unset
+    std::string xdgConfigHome;  // $XDG_CONFIG_HOME, empty when unset
+    std::string home;           // $HOME, else from the user data base; never empty
 };
 
 // Defined by the platform folder. May throw std::bad_alloc.

@@ -7,8 +7,8 @@
 // traps, from its first line to its last, also while it waits for the galvo module: clients take
 // turns. The list lock is held only while nodes or limits are touched, so that the display thread's
 // reading calls, which take it alone, never wait for the mirrors. The lists are linked anew only
-// under both: either of them is enough to walk a list. The turn is taken first. One reading call takes
-// it too: ZVK_Trap_GetArray in volts, which stores what it reads.
+// under both: either of them is enough to walk a list. The turn is taken first. One reading call
+// takes it too: ZVK_Trap_GetArray in volts, which stores what it reads.
 
 #include "quorvex/trap.h"
 #include "quorvex/types.h"

@@ -102,7 +102,8 @@ TEST_F(GalvoOnTheCard, AMoveReachesTheMirrorBlockByBlock)
         before = x.back();
         ASSERT_EQ(ZVK_Galvo_GetMoveType(kVi, 0, 0, &mode), 0);
     }
-    EXPECT_GE(blocks, 4) << "500 samples of 100 a block, of which the first may have been under way";
+    EXPECT_GE(blocks, 4)
+        << "500 samples of 100 a block, of which the first may have been under way";
     EXPECT_LE(blocks, 7);
     EXPECT_DOUBLE_EQ(before, 0.55);
     PlayBlock();
