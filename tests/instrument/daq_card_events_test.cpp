@@ -310,3 +310,42 @@ TEST_F(DaqCardEvents, TasksHaveThreadsOfTheirOwn)
     mayLeave.Open();
     EXPECT_NE(first.thread, second.thread);
 }
+
+TEST_F(DaqCardEvents, TimeGoesOnWithoutACallbackThatDoesNotReturn)
+{
+    Gate mayLeave;
+    Listener listener;
+    listener.mayLeave = &mayLeave;
+    ASSERT_EQ(ZVC_SetPatience(0.01), ZVC_OK);
+    (void)StartListening(listener, 25);
+    EXPECT_EQ(ZVC_Advance(0.06), ZVC_NOT_RETURNED);
+    EXPECT_DOUBLE_EQ(ZVC_Now(), 0.06);
+    EXPECT_EQ(ZVC_CountPlayed("Dev1/ao0"), 60U);
+
+    mayLeave.Open();
+    ASSERT_EQ(ZVC_SetPatience(60.0), ZVC_OK);
+    EXPECT_EQ(ZVC_Advance(0.0), ZVC_OK);  // the second one was pending
+    EXPECT_EQ(listener.calls, 2);
+    EXPECT_EQ(ZVC_SetPatience(0.0), ZVC_BAD_ARGUMENT);
+    EXPECT_EQ(ZVC_SetPatience(3601.0), ZVC_BAD_ARGUMENT);
+}
+
+static int32_t ResetTheCard(ZVC_Task task, int32_t, uint32_t, void *data)
+{
+    ZVC_Reset();  // can't wait for itself
+    *static_cast<int32_t *>(data) = DAQmxStopTask(task);
+    return 0;
+}
+
+TEST_F(DaqCardEvents, ACallbackMayResetTheCard)
+{
+    int32_t result = 0;
+    ZVC_Task task = MakeStream();
+    ASSERT_EQ(DAQmxRegisterEveryNSamplesEvent(task, kTransferred, 50, 0, ResetTheCard, &result), 0);
+    ASSERT_EQ(WriteSteps(task, 100), 0);
+    ASSERT_EQ(DAQmxStartTask(task), 0);
+    EXPECT_EQ(ZVC_Advance(0.05), ZVC_OK);
+    ZVC_Reset();  // waits for it
+    EXPECT_EQ(result, -200088);
+    EXPECT_EQ(ZVC_CountTasks(), 0);
+}

@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <dlfcn.h>
+#include <filesystem>
 #include <thread>
 #include <type_traits>
 
@@ -97,7 +98,7 @@ TEST(DaqCardProcess, TheEnvironmentAloneGivesPaceAndLog)
     EXPECT_EQ(folder.Files().Read("daq.log"), expected);
 }
 
-TEST(DISABLED_CardRole, CannotOpenItsLog)
+TEST(DISABLED_CardRole, MakesOneTask)
 {
     ZVC_Task task = nullptr;
     ASSERT_EQ(DAQmxCreateTask("", &task), 0);
@@ -106,5 +107,20 @@ TEST(DISABLED_CardRole, CannotOpenItsLog)
 TEST(DaqCardProcess, ALogThatCannotBeOpenedStopsNothing)
 {
     const ScopedVariable log("ZVK_VIRTUAL_DAQ_LOG", "/nowhere/at/all/daq.log");
-    EXPECT_EQ(OtherProcess("DISABLED_CardRole.CannotOpenItsLog").Wait(), 0);
+    EXPECT_EQ(OtherProcess("DISABLED_CardRole.MakesOneTask").Wait(), 0);
+}
+
+TEST(DaqCardProcess, ALargeLogBeginsAnewBesideTheOldOne)
+{
+    const InstrumentFolder folder;
+    const std::string path = folder.Files().Path("daq.log");
+    folder.Files().Write("daq.log", "");
+    constexpr uintmax_t kLimit = 64U * 1024 * 1024;
+    std::filesystem::resize_file(path, kLimit);  // takes no room
+    {
+        const ScopedVariable log("ZVK_VIRTUAL_DAQ_LOG", path.c_str());
+        ASSERT_EQ(OtherProcess("DISABLED_CardRole.MakesOneTask").Wait(), 0);
+    }
+    EXPECT_GT(std::filesystem::file_size(path + ".1"), kLimit);
+    EXPECT_EQ(std::filesystem::file_size(path), 0U);
 }

@@ -13,6 +13,7 @@ constexpr double kStandardRate = 1e6;  // Hz
 constexpr uint32_t kStandardMemory = 8191;
 constexpr uint64_t kStandardTrack = 1U << 21;
 constexpr uint64_t kStandardLog = 10000;
+constexpr double kStandardPatienceS = 10.0;
 constexpr auto kLongestGoodbye = std::chrono::milliseconds(500);
 
 void SetDefaults(Card &card)
@@ -36,6 +37,7 @@ void SetDefaults(Card &card)
     card.logLines = 0;
     card.logLength = kStandardLog;
     card.lastNumber = 0;
+    card.patienceS = kStandardPatienceS;
 }
 
 static int32_t PaceOfEnvironment()

@@ -192,7 +192,8 @@ struct Card
     Wait *waits = nullptr;  // those that wait now
     int eventThreads = 0;
     bool advancing = false;
-    bool closing = false;  // the process ends: no more callbacks
+    double patienceS = 0.0;  // wall clock, for callbacks that don't return
+    bool closing = false;    // the process ends: no more callbacks
 
     // tasks
     std::map<ZVC_Task, std::shared_ptr<Task>> tasks;

@@ -11,7 +11,6 @@ using WallClock = std::chrono::steady_clock;
 
 constexpr double kLongestS = 1e15;  // what is beyond never comes
 constexpr auto kLongestSleep = std::chrono::hours(1);
-constexpr WallClock::duration kPatience = std::chrono::seconds(10);
 constexpr WallClock::duration kShortPatience = std::chrono::milliseconds(1);
 
 thread_local bool t_onEventThread = false;
@@ -134,6 +133,13 @@ static bool AllAtRest(Card &card)
     return eventThreads == card.eventThreads;
 }
 
+static WallClock::duration FromWallSeconds(double seconds)
+{
+    return std::chrono::duration_cast<WallClock::duration>(std::chrono::duration<double>(seconds));
+}
+
+static WallClock::duration PatienceOf(const Card &card) { return FromWallSeconds(card.patienceS); }
+
 static bool AwaitRest(Guard &guard, Card &card, WallClock::duration patience)
 {
     card.changed.notify_all();
@@ -162,7 +168,7 @@ static int32_t AdvanceTo(Guard &guard, Card &card, CardTime end)
     bool allReturned = true;
     while (true) {
         // Once one hasn't returned, the others are given a moment only.
-        const WallClock::duration patience = allReturned ? kPatience : kShortPatience;
+        const WallClock::duration patience = allReturned ? PatienceOf(card) : kShortPatience;
         if (!AwaitRest(guard, card, patience)) allReturned = false;
         if (card.now >= end || card.pace != ZVC_PACE_MANUAL) break;
         MoveTo(card, std::min(std::max(NextDue(card), card.now + 1), end));
@@ -196,6 +202,15 @@ int32_t ZVC_AdvanceSamples(const char *channel, uint64_t samples)
     const Task *task = FindRunning(card, channel);
     if (!task || !(task->clockRate > 0.0)) return ZVC_NOT_THERE;
     return AdvanceTo(guard, card, TimeOfCount(*task, CountAt(*task, card.now) + samples));
+}
+
+int32_t ZVC_SetPatience(double wallSeconds)
+{
+    if (!(wallSeconds > 0.0) || wallSeconds > 3600.0) return ZVC_BAD_ARGUMENT;
+    Card &card = TheCard();
+    const Guard guard(card.guard);
+    card.patienceS = wallSeconds;
+    return ZVC_OK;
 }
 
 int32_t ZVC_SetPace(int32_t pace)
@@ -245,8 +260,7 @@ int32_t ZVC_AwaitWaiting(int32_t count, double wallSeconds)
 {
     Card &card = TheCard();
     Guard guard(card.guard);
-    const auto longest = std::chrono::duration<double>(std::clamp(wallSeconds, 0.0, 3600.0));
-    const auto until = WallClock::now() + std::chrono::duration_cast<WallClock::duration>(longest);
+    const auto until = WallClock::now() + FromWallSeconds(std::clamp(wallSeconds, 0.0, 3600.0));
     const bool came =
         card.rested.wait_until(guard, until, [&] { return CountWaitingCalls(card) >= count; });
     return came ? ZVC_OK : ZVC_TIMED_OUT;

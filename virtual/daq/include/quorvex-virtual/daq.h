@@ -28,7 +28,7 @@ enum
 {
     ZVC_OK = 0,
     ZVC_STILL_INSIDE = 1,  /* time has moved, but a callback waits for card time that lies ahead */
-    ZVC_NOT_RETURNED = 2,  /* time has moved, but a callback did not return for 10 s */
+    ZVC_NOT_RETURNED = 2,  /* time has moved, but a callback did not return in time */
     ZVC_BAD_ARGUMENT = -1, /* a null pointer, a name that is none, a value out of range */
     ZVC_NOT_MANUAL = -2,   /* card time moves by itself */
     ZVC_IN_CALLBACK = -3,  /* not allowed on an event thread of the card */
@@ -85,6 +85,14 @@ ZVC_API int32_t ZVC_Advance(double seconds);
  * @return as ZVC_Advance, and ZVC_NOT_THERE when no running task with a sample clock owns it.
  */
 ZVC_API int32_t ZVC_AdvanceSamples(const char *channel, uint64_t samples);
+
+/*
+ * How long ZVC_Advance waits, by the wall clock, for a callback that neither returns nor waits in
+ * the card, before it goes on without it. At the start 10 s.
+ *
+ * @return ZVC_OK; ZVC_BAD_ARGUMENT when not above 0 or above 3600.
+ */
+ZVC_API int32_t ZVC_SetPatience(double wallSeconds);
 
 /* Vendor calls that wait at this moment, those made in callbacks included. */
 ZVC_API int32_t ZVC_CountWaiting(void);
