@@ -5,7 +5,6 @@
 #include "platform/memory.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 
 IniStore *Ini_New(int sorted)
@@ -93,7 +92,7 @@ int Ini_GetStringCopy(IniStore *store, const char *section, const char *tag, cha
         const std::string text = DecodedText(item->value);
         char *block = AllocateArray<char>(static_cast<int64_t>(text.size()) + 1);
         if (!block) return INI_NO_MEMORY;
-        std::memcpy(block, text.data(), text.size());
+        std::copy(text.begin(), text.end(), block);  // the block is zeroed: the terminator stands
         *copy = block;
         return 1;
     } catch (const std::bad_alloc &) {
