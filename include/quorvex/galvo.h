@@ -142,8 +142,9 @@ ZVK_API int32_t ZVK_Galvo_GetPositionTarget(SessionHandle SessionHandle, int32_t
  * taken; at 0 a move stands.
  *
  * @param speed  volts per second
- * @return 0, also on a path that is not initialized, where nothing is stored; else the first that
- *         applies: ZVK_GALVO_BAD_PATH, ZVK_GALVO_OUT_OF_RANGE (no such waypoint)
+ * @return 0, also on a path that is not initialized, where nothing is stored (any waypoint will do
+ *         when it has none); else the first that applies: ZVK_GALVO_BAD_PATH,
+ * ZVK_GALVO_OUT_OF_RANGE (no such waypoint)
  */
 ZVK_API int32_t ZVK_Galvo_SetSpeed(SessionHandle vi, int32_t path, int32_t wp, double speed);
 
@@ -261,13 +262,15 @@ ZVK_API int32_t ZVK_Galvo_GetBuffer(SessionHandle SessionHandle, double *buffer,
  * @param autoUpdate  1: each output event (any value but 0 in simulation: each tick) advances
  * moving waypoints and sends a block. Else the caller feeds the output itself
  * @return 0, else the first that applies:
- *         ZVK_GALVO_DAQ_ALREADY_INITIALIZED       warning: nothing done
- *         a negative status of ZVK_ConFile_Read   a key of MAINDAQ is missing
- *         ZVK_GALVO_NO_MEMORY                     no room for the samples
- *         ZVK_GALVO_NOT_CONFIGURED                on hardware: BACKEND is even
- *         ZVK_GALVO_DAQ_FAILED                    task, channels, clock or start; the driver's text
- * is in log.ini the driver's negative code              an attribute, the buffer size or the first
- * write. A card on the bus that does not know the size of a USB request ends here
+ *         ZVK_GALVO_DAQ_ALREADY_INITIALIZED      warning: nothing done
+ *         a negative status of ZVK_ConFile_Read  a key of MAINDAQ is missing
+ *         ZVK_GALVO_NOT_CONFIGURED               on hardware: BACKEND is even
+ *         ZVK_GALVO_DAQ_FAILED                   task, channels, clock or start; the driver's
+ *                                                text is in log.ini
+ *         the driver's negative code             an attribute, the buffer size or the first
+ *                                                write. A card on the bus that does not know
+ *                                                the size of a USB request ends here
+ *         ZVK_GALVO_NO_MEMORY                    no room for the samples
  */
 ZVK_API int32_t ZVK_Galvo_DaqInit(SessionHandle SessionHandle, int32_t autoUpdate);
 

@@ -92,8 +92,9 @@ int32_t ZVK_Galvo_OnEveryNSamplesEvent(void *taskHandle, int32_t everyNsamplesEv
 int ZVK_Galvo_SimEveryNSamplesEvent(int reserved, int timerId, int event, void *callbackData,
                                     int eventData1, int eventData2);
 void SendSamples(double timeoutS);  // to the card, unless simulated; a refusal is not reported
-void ClearLeftOverTask();           // the task of a start that failed
-void FreeSamples();                 // data lock held
+void DiscardSimulatedTimer();
+void ClearLeftOverTask();  // the task of a start that failed
+void FreeSamples();        // data lock held
 
 // -- waypoints (galvo_waypoints.cpp) --
 

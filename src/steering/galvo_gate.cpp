@@ -16,6 +16,7 @@ struct Gate
     int depth = 0;           // claims of the holder
     int eventsInside = 0;    // output events now inside the library
     int stopping = 0;        // clients now taking the output down
+    int recovering = 0;      // recoveries that wait for the claim: clients let them go first
 };
 
 }  // namespace
@@ -65,7 +66,8 @@ GalvoClaim::GalvoClaim()
     Gate &gate = TheGate();
     const std::thread::id self = std::this_thread::get_id();
     std::unique_lock lock(gate.mutex);
-    gate.changed.wait(lock, [&] { return gate.depth == 0 || gate.holder == self; });
+    gate.changed.wait(
+        lock, [&] { return gate.holder == self || (gate.depth == 0 && gate.recovering == 0); });
     TakeClaim(gate);
 }
 
@@ -80,7 +82,10 @@ GalvoRecoveryClaim::GalvoRecoveryClaim()
 {
     Gate &gate = TheGate();
     std::unique_lock lock(gate.mutex);
+    ++gate.recovering;
     gate.changed.wait(lock, [&] { return gate.depth == 0 || gate.stopping > 0; });
+    --gate.recovering;
+    gate.changed.notify_all();
     if (gate.stopping > 0) return;
     TakeClaim(gate);
     m_held = true;

@@ -26,6 +26,9 @@ ZVK_SegmentPlan PlanSegment(const ZVK_SegmentPace &pace, double startX, double s
     ZVK_SegmentPlan plan = {};
     plan.dx = endX - startX;
     plan.dy = endY - startY;
+    // No way leads from or to what is not a number: the node stands at the end, which is clamped.
+    if (!std::isfinite(plan.dx)) plan.dx = 0.0;
+    if (!std::isfinite(plan.dy)) plan.dy = 0.0;
     const double dist = std::sqrt(plan.dx * plan.dx + plan.dy * plan.dy);
 
     // A speed of 0 makes the count infinite: the longest dwell there is, so that the trap stands.

@@ -87,7 +87,7 @@ static int32_t StartSimulated(int32_t autoUpdate)
     return ZVK_SUCCESS;
 }
 
-static void DiscardSimulatedTimer()
+void DiscardSimulatedTimer()
 {
     const int32_t id = LoadFlag(g_galvoDaq.simTimerId);
     if (id == -1) return;
@@ -146,6 +146,7 @@ static int32_t PrepareSamples()
 static int32_t StartHardware(const std::string &device)
 {
     if ((g_galvoDaq.backend & 1) == 0) return ZVK_GALVO_NOT_CONFIGURED;
+    DiscardSimulatedTimer();  // of a session that was simulated before
     ClearLeftOverTask();
 
     const std::string channels = device + "/ao0:3";

@@ -5,7 +5,11 @@
 #include "steering/galvo_gate.h"
 #include "steering/galvo_nodes.h"
 
+#include <cmath>
 #include <limits>
+
+// 1.3 GB, or 11 minutes of a sine at 50,000 samples a second: longer ones would starve the machine.
+constexpr int64_t kMostNodes = int64_t{1} << 25;
 
 // Room for the head and all segments' nodes, zeroed; null when memory ran out. A sine at a speed of
 // 0 would need a node for each of endless samples: no room for that.
@@ -18,6 +22,7 @@ static ZVK_GalvoNode *AllocateList(const ZVK_SegmentPace &pace, int32_t steps, c
         const int64_t nodes = NodesOfSegment(plan, waveForm);
         if (nodes == std::numeric_limits<int32_t>::max()) return nullptr;
         count += nodes;
+        if (count > kMostNodes) return nullptr;
     }
     return AllocateArray<ZVK_GalvoNode>(count);
 }
@@ -36,11 +41,15 @@ static int32_t FillList(ZVK_GalvoNode *list, int64_t count, const ZVK_SegmentPac
         if (resultingSpeed) *resultingSpeed = plan.resultingSpeed;
         if (ClampToLimits(limits, x[i], y[i])) warning = ZVK_GALVO_CLAMPED;
         const int64_t nodes = NodesOfSegment(plan, waveForm);
+        if (nodes > end - 1) continue;  // arrays that overlap: clamping one point moved another
         end -= nodes;
         if (nodes > 0) FillSegment(list + end, plan, waveForm, x[i], y[i]);
     }
-    list[0].x = x[0];
-    list[0].y = y[0];
+    double headX = x[0];  // unclamped, but never without a value
+    double headY = y[0];
+    if (!std::isfinite(headX) || !std::isfinite(headY)) (void)ClampToLimits(limits, headX, headY);
+    list[0].x = headX;
+    list[0].y = headY;
     if (count > 1) list[0].dwell = list[1].dwell;
     LinkNodes(list, count);
     return warning;

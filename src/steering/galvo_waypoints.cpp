@@ -10,6 +10,7 @@
 #include "steering/galvo_nodes.h"
 
 #include <algorithm>
+#include <cmath>
 
 constexpr double kWaypointWriteTimeoutS = 5.0;
 constexpr double kFirstSpeed = 1.0;  // V/s
@@ -20,13 +21,20 @@ bool IsPath(int32_t path) { return path == ZVK_PATH_A || path == ZVK_PATH_B; }
 
 bool HasWaypoint(const ZVK_GalvoState &row, int32_t wp) { return wp >= 0 && wp < row.NumOfWP; }
 
-// What is not a number goes to the minimum: it must not reach a mirror.
+// What is not a number goes to the minimum: it must not reach a mirror. The minimum comes first,
+// also where it lies above the maximum: limits are not checked against each other.
 static bool ClampVolts(double &value, double min, double max)
 {
-    const double given = value;
-    if (!(value >= min)) value = min;
-    if (value > max) value = max;
-    return value != given;
+    bool clamped = false;
+    if (value < min || std::isnan(value)) {
+        value = std::isnan(min) ? 0.0 : min;
+        clamped = true;
+    }
+    if (value > max) {
+        value = max;
+        clamped = true;
+    }
+    return clamped;
 }
 
 bool ClampToLimits(const ZVK_GalvoState &row, double &x, double &y)
@@ -135,6 +143,9 @@ int32_t ZVK_Galvo_Shutdown(SessionHandle SessionHandle)
     const GalvoClaim claim;
     StoreFlag(g_galvoDaq.dataReady, 0);
     (void)ZVK_Galvo_DaqStop(SessionHandle);
+    // What a start that failed has left: DaqStop looks only after an output that is up.
+    DiscardSimulatedTimer();
+    StoreFlag(g_galvoDaq.daqRunning, 0);
     WaitForUpdate();
     {
         GalvoStopScope stop;
@@ -252,6 +263,7 @@ int32_t ZVK_Galvo_AddWaypoint(SessionHandle, int32_t Path, int32_t *Wp, double X
     if (!IsPath(Path)) return ZVK_GALVO_BAD_PATH;
     if (!BeginRebuild()) return ZVK_GALVO_BUFFER_IN_USE;
 
+    if (!std::isfinite(X) || !std::isfinite(Y)) (void)ClampToLimits(g_galvo[Path], X, Y);
     const int32_t status = Append(g_galvo[Path], X, Y);
     if (status < 0) return status;        // dataReady stays 0 until a later call succeeds
     if (Wp) *Wp = g_galvo[Path].NumOfWP;  // the count: the new waypoint's index is one less

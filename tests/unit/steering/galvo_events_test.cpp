@@ -72,33 +72,6 @@ TEST_F(GalvoEvents, ARefusedBlockBuildsTheTaskAnewAtZeroVolts)
     EXPECT_EQ(Channel(0)[50], 2.0) << "the next rebuild brings the mirrors back";
 }
 
-TEST_F(GalvoEvents, ARefusedBlockWhileStoppingIsNotRecovered)
-{
-    BringUp(0);
-    card->FailCall("writeAnalogF64", 1);
-    g_galvoDaq.daqRunning = 2;  // not 1: no write, and nothing to recover
-    EXPECT_EQ(card->FireEvent(), 0);
-    EXPECT_EQ(card->Calls(), Calls{});
-    EXPECT_FALSE(card->Failed());
-    g_galvoDaq.daqRunning = 1;
-    card->FailCall("writeAnalogF64", 0);
-}
-
-TEST_F(GalvoEvents, EachCallOfARecoveryMayFailAndNothingLeaks)
-{
-    for (int nth = 1; nth <= 13; ++nth) {
-        BringUp(0);
-        card->FailCall("writeAnalogF64", 1);
-        card->FailAt(nth + 1);
-        EXPECT_EQ(card->FireEvent(), 0);
-        EXPECT_LE(card->OpenTasks(), 1) << nth;
-        EXPECT_EQ(ZVK_Galvo_Shutdown(0), 0);
-        EXPECT_EQ(card->OpenTasks(), 0) << nth;
-        card->FailAt(0);
-        g_galvoDaq.daqRunning = 0;
-    }
-}
-
 TEST_F(GalvoEvents, ATickAdvancesOneBlockAndTellsSo)
 {
     BringUp(1);

@@ -153,14 +153,15 @@ TEST_F(GalvoInit, CallsBetweenShutdownAndInitHarmNothing)
     EXPECT_EQ(g_galvo[0].posX[0], 0.5);
 }
 
-TEST_F(GalvoInit, ShutdownWaitsForAnUpdateThatIsRunning)
+TEST_F(GalvoInit, PathAIsReadBeforePathB)
 {
-    BringUp(1);
-    SetUpdating(1);
-    std::thread update([] { SetUpdating(0); });
-    EXPECT_EQ(ZVK_Galvo_Shutdown(0), 0);
-    update.join();
-    EXPECT_EQ(g_galvo[0].initialized, 0);
+    folder.Write("config.ini",
+                 "[GALVO 0]\r\nOFFSETX=1\r\nOFFSETY=2\r\nMAXX=5\r\nMINX=-5\r\nMAXY=4\r\n"
+                 "MINY=-4\r\n[GALVO 1]\r\nOFFSETX=3\r\n");
+    EXPECT_EQ(ZVK_Galvo_Init(0, 0, 0), ZVK_CONFILE_NOT_FOUND);
+    EXPECT_EQ(g_galvo[0].yMin, -4.0);
+    EXPECT_EQ(g_galvo[1].xoff, 3.0);
+    EXPECT_EQ(g_galvo[0].NumOfWP, 0);
 }
 
 TEST_F(GalvoInit, SavingTheCentreWritesTheFileAndNotTheState)

@@ -1,5 +1,8 @@
 #include "galvo_session.h"
 
+#include <algorithm>
+#include <cmath>
+
 using GalvoOutput = GalvoSessionTest;
 using Calls = std::vector<std::string>;
 
@@ -284,7 +287,10 @@ TEST_F(GalvoOutput, JumpingAllWithoutAnOutputIs613)
     ZVK_Galvo_DaqStop(0);
     double x = 1;
     double y = 1;
+    g_galvoDaq.writeStatus = 1;
     EXPECT_EQ(ZVK_Galvo_SetPositionAll(0, 0, 1, &x, &y), ZVK_GALVO_NEW_BUFFER_FAILED);
+    EXPECT_EQ(g_galvoDaq.writeStatus, 0) << "the samples have not been handed over";
+    EXPECT_EQ(g_galvoDaq.dataReady, 1);
 }
 
 TEST_F(GalvoOutput, CallsThatOnlySetSendNothing)
@@ -333,6 +339,7 @@ TEST_F(GalvoOutput, StopEndsTheSimulatedTimer)
     EXPECT_EQ(ZVK_Galvo_DaqStop(0), 0);
     EXPECT_TRUE(timers->Timers().empty());
     EXPECT_EQ(g_galvoDaq.simTimerId, -1);
+    EXPECT_NE(g_galvoDaq.buffer, nullptr) << "simulated samples stay";
     EXPECT_EQ(g_galvoDaq.daqInitialized, 0);
     EXPECT_EQ(card->Calls(), Calls{});
     EXPECT_TRUE(clock->Delays().empty());
@@ -377,4 +384,60 @@ TEST_F(GalvoOutput, SimulatedClockUpdateKeepsTheTicksAndNeverASecondTimer)
     EXPECT_EQ(ZVK_Galvo_DaqClkUpdate(0, 1), 0);
     EXPECT_EQ(timers->Timers().size(), 1U) << "the new timer takes the old one's place";
     EXPECT_EQ(g_galvoDaq.simTimerId, timers->Timers()[0]);
+}
+
+TEST_F(GalvoOutput, ShutdownEndsTheTimerOfAClockUpdateThatFailed)
+{
+    BringUp(1);
+    folder.Write("config.ini", "");
+    EXPECT_EQ(ZVK_Galvo_DaqClkUpdate(0, 1), 0);
+    ZVK_Galvo_Shutdown(0);
+    EXPECT_TRUE(timers->Timers().empty());
+}
+
+TEST_F(GalvoOutput, AClockUpdateThatLeavesSimulationEndsTheTimer)
+{
+    BringUp(1);
+    WriteConfig(0);
+    EXPECT_EQ(ZVK_Galvo_DaqClkUpdate(0, 1), 0);
+    EXPECT_TRUE(timers->Timers().empty());
+}
+
+static bool AllFinite(const std::vector<double> &samples)
+{
+    return std::all_of(samples.begin(), samples.end(), [](double v) { return std::isfinite(v); });
+}
+
+TEST_F(GalvoOutput, WhatIsNotANumberNeverReachesTheCard)
+{
+    const double nan = std::nan("");
+    const double inf = HUGE_VAL;
+    for (double bad : {nan, inf, -inf}) {
+        BringUp(0);
+        int32_t wp = 0;
+        EXPECT_EQ(ZVK_Galvo_SetPositionTarget(0, 0, 0, bad, 0.1), 0);
+        EXPECT_EQ(g_galvoDaq.dataReady, 1) << bad;
+        card->FireEvent();
+        EXPECT_TRUE(AllFinite(card->Blocks().back())) << bad;
+        EXPECT_EQ(ZVK_Galvo_AddWaypoint(0, 0, &wp, bad, bad), 0);
+        EXPECT_TRUE(AllFinite(card->Blocks().back())) << bad;
+        double x[2] = {bad, 1.0};
+        double y[2] = {0.0, 1.0};
+        double speed = 0;
+        EXPECT_GE(ZVK_Galvo_SetTrajectory(0, 0, 0, 2, x, y, &speed, 1), 0);
+        ZVK_Galvo_SetMoveType(0, 0, 0, ZVK_MOVE_ONCE);
+        card->FireEvent();
+        EXPECT_TRUE(AllFinite(card->Blocks().back())) << bad;
+        ZVK_Galvo_Shutdown(0);
+    }
+}
+
+TEST_F(GalvoOutput, AnImpossibleBlockSizeOnHardwareLeavesNothingBehind)
+{
+    folder.Write("config.ini",
+                 "[MAINDAQ]\r\nBACKEND=1\r\nCLOCKRATE=1\r\nSAMPLESPERCHAN=-5\r\nEVERYNSAMPLES=1\r\n"
+                 "TRIGGER=0\r\nSIMULATE=0\r\nDAQNAME=\"d\"\r\n");
+    EXPECT_EQ(ZVK_Galvo_DaqInit(0, 1), ZVK_GALVO_NO_MEMORY);
+    ZVK_Galvo_Shutdown(0);
+    EXPECT_EQ(card->OpenTasks(), 0);
 }

@@ -161,7 +161,13 @@ static void WorkPathB(const std::atomic<bool> &stop)
 
 static void FireEventsUntil(std::chrono::steady_clock::time_point end)
 {
-    while (std::chrono::steady_clock::now() < end) {
+    // A loaded machine may take longer until both ways of giving way have been met.
+    const auto last = end + std::chrono::seconds(30);
+    const auto isOver = [&] {
+        const auto now = std::chrono::steady_clock::now();
+        return now >= last || (now >= end && s_tally.inUse > 0 && s_tally.notReady > 0);
+    };
+    while (!isOver()) {
         ZVK_Galvo_OnEveryNSamplesEvent(nullptr, 2, kSamples, nullptr);
         Count(ZVK_Galvo_UpdateBuffer());
     }

@@ -441,15 +441,3 @@ TEST_F(GalvoUpdate, ASecondThreadsRebuildMeetsARunningUpdateWith609)
     g_galvoDaq.updating = 1;
     EXPECT_EQ(ZVK_Galvo_RemoveWaypoint(0, 0, 1), ZVK_GALVO_BUFFER_IN_USE);
 }
-
-TEST_F(GalvoUpdate, SetPositionTargetRepeatsUntilTheUpdateHasEnded)
-{
-    PrepareOutput(100);
-    Configure(0, 1);
-    SetUpdating(1);
-    std::thread client([] { EXPECT_EQ(ZVK_Galvo_SetPositionTarget(0, 0, 0, 2.0, 2.0), 0); });
-    SetUpdating(0);
-    client.join();
-    EXPECT_EQ(g_galvo[0].moveMode[0], ZVK_MOVE_ONCE);
-    EXPECT_EQ(g_galvo[0].targetX[0], 2.0);
-}

@@ -302,3 +302,15 @@ TEST_F(GalvoWaypoints, AMoveChecksPathThenInit)
     EXPECT_EQ(ZVK_Galvo_SetPositionTarget(0, 0, 0, 0, 0), ZVK_GALVO_NOT_CONFIGURED);
     EXPECT_EQ(g_galvo[0].moveMode[0], ZVK_MOVE_STAND);
 }
+
+TEST_F(GalvoWaypoints, CrossedLimitsShowTheOrderOfTheClampsAndWarn)
+{
+    PrepareOutput(10);
+    Configure(0, 1);
+    ZVK_Galvo_SetLimits(0, 0, 5, -5, 5, -5);
+    EXPECT_EQ(ZVK_Galvo_SetPosition(0, 0, 0, -5, -5), ZVK_GALVO_CLAMPED);
+    EXPECT_EQ(g_galvo[0].posX[0], -5.0) << "below the minimum first, then above the maximum";
+    ZVK_Galvo_SetLimits(0, 0, std::nan(""), std::nan(""), -1, 1);
+    EXPECT_EQ(ZVK_Galvo_SetPosition(0, 0, 0, 1, 1), 0) << "neither below nor above";
+    EXPECT_EQ(g_galvo[0].posX[0], 1.0);
+}
