@@ -1,4 +1,5 @@
 #include "galvo_session.h"
+#include "steering/galvo_gate.h"
 
 #include <algorithm>
 #include <cmath>
@@ -372,6 +373,8 @@ TEST_F(GalvoOutput, ClockUpdateDropsTheResultOfTheStart)
     card->FailCall("createTask", 1);
     EXPECT_EQ(ZVK_Galvo_DaqClkUpdate(0, 1), 0);
     EXPECT_EQ(g_galvoDaq.daqInitialized, 0);
+    EXPECT_EQ(g_galvoDaq.daqRunning, 1) << "not touched";
+    EXPECT_EQ(g_galvoDaq.dataReady, 1) << "not touched";
     EXPECT_EQ(ZVK_Galvo_DaqClkUpdate(0, 1), ZVK_GALVO_NOT_CONFIGURED);
 }
 
@@ -440,4 +443,41 @@ TEST_F(GalvoOutput, AnImpossibleBlockSizeOnHardwareLeavesNothingBehind)
     EXPECT_EQ(ZVK_Galvo_DaqInit(0, 1), ZVK_GALVO_NO_MEMORY);
     ZVK_Galvo_Shutdown(0);
     EXPECT_EQ(card->OpenTasks(), 0);
+}
+
+static int32_t s_readyAtWrite = -1;
+
+static int32_t NoteReady(ZVK_DaqTask, int32_t, uint32_t, double, uint32_t, const double *,
+                         int32_t *, uint32_t *)
+{
+    s_readyAtWrite = LoadFlag(g_galvoDaq.dataReady);
+    return 0;
+}
+
+TEST_F(GalvoOutput, AJumpIsReadyBeforeItIsSentAndAChangeOfTheListOnlyBehindIt)
+{
+    BringUp(0);
+    ZVK_DaqTable noting = Daq();
+    noting.writeAnalogF64 = NoteReady;
+    const ZVK_DaqTable &recording = Daq();
+    UseDaq(&noting);
+    int32_t wp = 0;
+    EXPECT_EQ(ZVK_Galvo_AddWaypoint(0, 0, &wp, 1, 1), 0);
+    EXPECT_EQ(s_readyAtWrite, 0);
+    EXPECT_EQ(ZVK_Galvo_SetPosition(0, 0, 1, 2, 2), 0);
+    EXPECT_EQ(s_readyAtWrite, 1);
+    EXPECT_EQ(ZVK_Galvo_RemoveWaypoint(0, 0, 1), 0);
+    EXPECT_EQ(s_readyAtWrite, 0);
+    UseDaq(&recording);
+}
+
+TEST_F(GalvoOutput, StopKeepsTheHandleUntilTheCardHasSettled)
+{
+    BringUp(0);
+    bool held = false;
+    clock->OnWait([&] { held = LoadTask() != nullptr; });
+    EXPECT_EQ(ZVK_Galvo_DaqStop(0), 0);
+    EXPECT_TRUE(held);
+    EXPECT_EQ(LoadTask(), nullptr);
+    clock->OnWait({});
 }
