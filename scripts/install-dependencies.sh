@@ -5,7 +5,9 @@ set -euo pipefail
 packages=(
     g++ cmake ninja-build ccache pkg-config
     libgtest-dev libbenchmark-dev
-    libeigen3-dev libserialport-dev libcairo2-dev fonts-dejavu-core
+    libeigen3-dev libserialport-dev libfftw3-dev libcairo2-dev fonts-dejavu-core
+    libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev libopencv-videoio-dev
+    libx11-dev libxext-dev libxtst-dev xvfb
     clang-format clang-tidy python3 git dpkg-dev
 )
 
