@@ -7,6 +7,7 @@
 #include "quorvex/coordinates.h"
 #include "quorvex/errors.h"
 #include "quorvex/galvo.h"
+#include "quorvex/laser.h"
 #include "quorvex/session.h"
 #include "quorvex/trap.h"
 #include "quorvex/types.h"

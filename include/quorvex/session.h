@@ -13,9 +13,9 @@ ZVK_EXTERN_C_BEGIN
  */
 
 /**
- * Brings all modules up, in this order: the traps of path A with the label "A_1", the traps of path
- * B with "B_1" (the first of them brings the galvo module up), the coordinate systems. Each module
- * reads its keys from config.ini in the common data folder.
+ * Brings all modules up, in this order: the laser, the traps of path A with the label "A_1", the
+ * traps of path B with "B_1" (the first of them brings the galvo module up), the coordinate
+ * systems. Each module reads its keys from config.ini in the common data folder.
  *
  * The first module that fails ends the call; those that are up stay up, and the call may be
  * repeated. A second call starts the list of traps of both paths afresh and loads the transforms
@@ -25,17 +25,18 @@ ZVK_EXTERN_C_BEGIN
  * @param id_query     handed on to each module; none acts on it
  * @param reset_instr  handed on to each module; none acts on it
  * @param vi           session value, handed on
- * @return 0, else the negative status of the first module that failed: of ZVK_Trap_Init for path A,
- *         of ZVK_Trap_Init for path B, of ZVK_CoordinateSystems_Init
+ * @return 0, else the negative status of the first module that failed: of ZVK_Laser_Init, of
+ * ZVK_Trap_Init for path A, of ZVK_Trap_Init for path B, of ZVK_CoordinateSystems_Init
  */
 ZVK_API int32_t ZVK_init(const char *rsrcName, uint16_t id_query, uint16_t reset_instr,
                          SessionHandle vi);
 
 /**
- * Shuts all modules down, in this order: the traps (and the galvo module before them), the
- * coordinate systems. Then the captured warnings are forgotten, and the list is ready for another
- * session. The first module that fails ends the call: later ones stay up, and the warnings stay.
- * A module's warning is passed over. A session that never came up, or only in part, may be closed.
+ * Shuts all modules down, in this order: the laser, the traps (and the galvo module before them),
+ * the coordinate systems. Then the captured warnings are forgotten, and the list is ready for
+ * another session. The first module that fails ends the call: later ones stay up, and the warnings
+ * stay. A module's warning is passed over. A session that never came up, or only in part, may be
+ * closed.
  *
  * @param vi  session value, handed on
  * @return 0, else the negative status of the first module that failed

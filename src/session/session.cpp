@@ -19,12 +19,14 @@ static int32_t InitTrapsOfPathB(SessionHandle vi, uint16_t idQuery, uint16_t res
 
 // Galvo has no row of its own: the first trap brings it up, and the traps' end takes it down.
 static const ZVK_InitRow kInits[] = {
+    {ZVK_Laser_Init},
     {InitTrapsOfPathA},
     {InitTrapsOfPathB},
     {ZVK_CoordinateSystems_Init},
 };
 
 static const ZVK_ShutdownRow kShutdowns[] = {
+    {ZVK_Laser_Shutdown},
     {ZVK_Trap_Shutdown},
     {ZVK_CoordinateSystems_Shutdown},
 };

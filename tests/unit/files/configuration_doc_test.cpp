@@ -2,6 +2,7 @@
 // which the modules read their keys.
 
 #include "files/key_table.h"
+#include "instruments/laser_keys.h"
 #include "quorvex/quorvex.h"
 #include "steering/coordinates_keys.h"
 #include "steering/galvo_keys.h"
@@ -20,7 +21,8 @@
 namespace fs = std::filesystem;
 
 static const ZVK_KeyTable *const kTables[] = {
-    &kGalvoLimitKeys, &kTrapLimitKeys, &kOutputKeys, &kObjectiveKeys, &kScaleKeys,
+    &kGalvoLimitKeys, &kTrapLimitKeys, &kOutputKeys,     &kObjectiveKeys,
+    &kScaleKeys,      &kLaserKeys,     &kLaserInputKeys,
 };
 
 static fs::path Tree() { return std::getenv("ZVK_TEST_SOURCE_DIR"); }
