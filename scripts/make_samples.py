@@ -1,9 +1,14 @@
 #!/usr/bin/env python3
-"""Makes samples/*/ZVK640/default.odf: the transform of an instrument with a little rotation, shear and
-cushion, as a calibration would find it. Volts to pixels is written down; pixels to volts is fitted to it
-by least squares over the calibrated field, in exact fractions, since powers of pixels up to the sixth
-stand side by side."""
+"""Makes two files of each folder samples/*/ZVK640.
 
+default.odf: the transform of an instrument with a little rotation, shear and cushion, as a calibration
+would find it. Volts to pixels is written down; pixels to volts is fitted to it by least squares over the
+calibrated field, in exact fractions, since powers of pixels up to the sixth stand side by side.
+
+qdmr.bin: the power behind each beam power adjuster over its drive voltage, as a power meter would show
+it. The light that an adjuster lets through follows the square of a sine."""
+
+import math
 from fractions import Fraction
 from pathlib import Path
 
@@ -91,13 +96,28 @@ def section(path):
     return [f"[GALVO {path}]"] + [f"{k} = {lines[k]}" for k in sorted(lines)] + [""]
 
 
+# Of each path: the drive voltage of full power, the power there, and what leaks through at 0 V, in mW.
+ADJUSTERS = [("A", 5.0, 480.0, 0.6), ("B", 4.8, 455.0, 0.9)]
+STEPS = 12
+
+
+def power_table(name, full_volts, full_power, leak):
+    lines = [f"[CALVALUE {name}]", f"NUM = {STEPS + 1}"]
+    for i in range(STEPS + 1):
+        power = leak + (full_power - leak) * math.sin(math.pi / 2 * i / STEPS) ** 2
+        lines += [f"V{i + 1} = {full_volts * i / STEPS:.4f}", f"P{i + 1} = {power:.3f}"]
+    return lines + [""]
+
+
 def main():
     text = "\r\n".join(section(0) + section(1)) + "\r\n"
+    powers = "\r\n".join(line for adjuster in ADJUSTERS for line in power_table(*adjuster)) + "\r\n"
     root = Path(__file__).resolve().parent.parent / "samples"
     for folder in ("simulated", "virtual"):
         target = root / folder / "ZVK640" / "default.odf"
         target.parent.mkdir(parents=True, exist_ok=True)
         target.write_bytes(text.encode("ascii"))
+        target.with_name("qdmr.bin").write_bytes(powers.encode("ascii"))
 
 
 if __name__ == "__main__":

@@ -7,6 +7,16 @@
 #include <cstring>
 #include <iterator>
 
+static int32_t InitPowerOfPathA(SessionHandle vi, uint16_t idQuery, uint16_t resetInstr)
+{
+    return ZVK_BeamPower_Init(vi, idQuery, resetInstr, ZVK_PATH_A);
+}
+
+static int32_t InitPowerOfPathB(SessionHandle vi, uint16_t idQuery, uint16_t resetInstr)
+{
+    return ZVK_BeamPower_Init(vi, idQuery, resetInstr, ZVK_PATH_B);
+}
+
 static int32_t InitTrapsOfPathA(SessionHandle vi, uint16_t idQuery, uint16_t resetInstr)
 {
     return ZVK_Trap_Init(vi, idQuery, resetInstr, ZVK_PATH_A, "A_1");
@@ -18,8 +28,11 @@ static int32_t InitTrapsOfPathB(SessionHandle vi, uint16_t idQuery, uint16_t res
 }
 
 // Galvo has no row of its own: the first trap brings it up, and the traps' end takes it down.
+// clang-format off
 static const ZVK_InitRow kInits[] = {
     {ZVK_Laser_Init},
+    {InitPowerOfPathA},
+    {InitPowerOfPathB},
     {InitTrapsOfPathA},
     {InitTrapsOfPathB},
     {ZVK_CoordinateSystems_Init},
@@ -27,9 +40,11 @@ static const ZVK_InitRow kInits[] = {
 
 static const ZVK_ShutdownRow kShutdowns[] = {
     {ZVK_Laser_Shutdown},
+    {ZVK_BeamPower_Shutdown},
     {ZVK_Trap_Shutdown},
     {ZVK_CoordinateSystems_Shutdown},
 };
+// clang-format on
 
 int32_t RunInits(const ZVK_InitRow *rows, size_t count, SessionHandle vi, uint16_t idQuery,
                  uint16_t resetInstr)

@@ -173,10 +173,12 @@ TEST_F(Session, OnTheCardSecondInitKeepsTheTasksAndCloseClearsThem)
     Write(Virtual());
     ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
     ExpectAllUp();
-    EXPECT_EQ(ZVC_CountTasks(), 2) << "the laser's lines and the mirrors";
+    const int32_t tasks = ZVC_CountTasks();
+    EXPECT_GE(tasks, 4) << "the laser's lines, two of beam power and the mirrors";
+    const uint64_t made = ZVC_CountCalls("DAQmxCreateTask");
     ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
-    EXPECT_EQ(ZVC_CountTasks(), 2);
-    EXPECT_EQ(ZVC_CountCalls("DAQmxCreateTask"), 2U);
+    EXPECT_EQ(ZVC_CountTasks(), tasks);
+    EXPECT_EQ(ZVC_CountCalls("DAQmxCreateTask"), made);
     ASSERT_EQ(ZVK_close(1), 0);
     EXPECT_EQ(ZVC_CountTasks(), 0);
     ExpectAllDown();

@@ -2,6 +2,7 @@
 // which the modules read their keys.
 
 #include "files/key_table.h"
+#include "instruments/beampower_keys.h"
 #include "instruments/laser_keys.h"
 #include "quorvex/quorvex.h"
 #include "steering/coordinates_keys.h"
@@ -20,10 +21,19 @@
 
 namespace fs = std::filesystem;
 
+// clang-format off
 static const ZVK_KeyTable *const kTables[] = {
-    &kGalvoLimitKeys, &kTrapLimitKeys, &kOutputKeys,     &kObjectiveKeys,
-    &kScaleKeys,      &kLaserKeys,     &kLaserInputKeys,
+    &kGalvoLimitKeys,
+    &kTrapLimitKeys,
+    &kOutputKeys,
+    &kObjectiveKeys,
+    &kScaleKeys,
+    &kLaserKeys,
+    &kLaserInputKeys,
+    &kBeamPowerKeys,
+    &kBeamPowerDaqKeys,
 };
+// clang-format on
 
 static fs::path Tree() { return std::getenv("ZVK_TEST_SOURCE_DIR"); }
 
@@ -227,6 +237,33 @@ TEST(SampleFolders, HaveAnObjectiveFileForBothPaths)
                       0);
             EXPECT_LT(field[0], field[1]);
             EXPECT_LT(field[2], field[3]);
+        }
+    }
+}
+
+TEST(SampleFolders, HaveABeamPowerTableOfRisingPowerForBothPaths)
+{
+    for (const fs::path &folder : SampleFolders()) {
+        const std::string file = folder / "qdmr.bin";
+        for (const char *section : {"CALVALUE A", "CALVALUE B"}) {
+            int32_t count = 0;
+            ASSERT_EQ(ZVK_ConFile_Read(0, file.c_str(), section, "NUM", &count, ZVK_CONFILE_LONG),
+                      0);
+            ASSERT_GE(count, 2);
+            double before[2] = {-1.0, -1.0};
+            for (int32_t i = 1; i <= count; ++i) {
+                double value[2] = {};
+                const std::string number = std::to_string(i);
+                ASSERT_EQ(ZVK_ConFile_Read(0, file.c_str(), section, ("V" + number).c_str(),
+                                           &value[0], ZVK_CONFILE_DOUBLE),
+                          0);
+                ASSERT_EQ(ZVK_ConFile_Read(0, file.c_str(), section, ("P" + number).c_str(),
+                                           &value[1], ZVK_CONFILE_DOUBLE),
+                          0);
+                EXPECT_GT(value[0], before[0]);
+                EXPECT_GT(value[1], before[1]);
+                std::copy_n(value, 2, before);
+            }
         }
     }
 }
