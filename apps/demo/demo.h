@@ -50,6 +50,9 @@ SessionResult WorkSession(const std::string &title, const std::string &folder);
 // Draws the block and the tracks. False when the file could not be written.
 bool DrawPicture(const SessionResult &session, const std::string &file);
 
+// Works the laser of a session that is up: power, interlock, a shutter. False when a call failed.
+bool WorkLaser();
+
 // -- what the person sees (report.cpp) --
 
 void PrintTitle(const std::string &title);

@@ -1,10 +1,14 @@
-// quorvex-demo: works a real session twice, simulated and against the virtual DAQ card, and draws
-// what the mirrors and the traps did.
+// quorvex-demo: works a real session twice, simulated and against the virtual DAQ card and the
+// virtual laser, and draws what the mirrors and the traps did.
 
 #include "demo.h"
 
+#include "quorvex-virtual/daq.h"
+#include "quorvex-virtual/laser.h"
+
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <system_error>
 
@@ -59,7 +63,23 @@ static SessionResult WorkIn(const Options &options, const char *kind, const std:
     return WorkSession(title, (folder / "ZVK640").string());
 }
 
-int main(int argc, char **argv)
+// The hardware path, with the laser's interlock at the card's line and its log behind the session.
+static SessionResult WorkOnVirtualInstrument(const Options &options)
+{
+    constexpr uint32_t kInterlockLine = 16;
+    constexpr int kPort = 7;
+    VirtualLaser laser;
+    laser.SetInterlockSource([] { return (ZVC_GetLines("GALVODAQ/port0") & kInterlockLine) != 0; });
+    setenv("ZVK_SERIAL_PORTS", laser.Offer(kPort).c_str(), 1);
+    SessionResult result =
+        WorkIn(options, "virtual", "Session 2 of 2: the hardware path, on the virtual instrument");
+    PrintTitle("What the virtual laser was told");
+    std::fputs(VirtualLaserReport(laser.Events()).c_str(), stdout);
+    unsetenv("ZVK_SERIAL_PORTS");
+    return result;
+}
+
+static int Run(int argc, char **argv)
 {
     if (argc != 4) return Usage();
     std::error_code error;
@@ -76,8 +96,7 @@ int main(int argc, char **argv)
               "twice, with no instrument on the desk.");
     const SessionResult simulated =
         WorkIn(options, "simulated", "Session 1 of 2: simulated mirrors");
-    const SessionResult card =
-        WorkIn(options, "virtual", "Session 2 of 2: the hardware path, on the virtual DAQ card");
+    const SessionResult card = WorkOnVirtualInstrument(options);
 
     const fs::path picture = options.out / "demo.png";
     const bool drawn = !card.failed && DrawPicture(card, picture.string());
@@ -88,4 +107,14 @@ int main(int argc, char **argv)
         return 1;
     }
     return 0;
+}
+
+int main(int argc, char **argv)
+{
+    try {
+        return Run(argc, argv);
+    } catch (const std::exception &failure) {
+        std::fprintf(stderr, "%s\n", failure.what());
+        return 1;
+    }
 }

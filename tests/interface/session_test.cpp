@@ -1,9 +1,10 @@
 // A whole session through the exported calls alone, on the ready instrument folders' settings and
-// against the virtual card.
+// against the virtual card and the virtual laser.
 
 #include "instrument_folder.h"
 
 #include <quorvex-virtual/daq.h>
+#include <quorvex-virtual/laser.h>
 #include <quorvex/quorvex.h>
 
 #include <gtest/gtest.h>
@@ -116,6 +117,8 @@ protected:
     }
 
     InstrumentFolder folder;
+    VirtualLaser laser;
+    ScopedVariable offered{"ZVK_SERIAL_PORTS", laser.Offer(7).c_str()};
 };
 
 TEST_F(Session, InitBringsAllUpAndCloseTakesAllDown)
@@ -182,6 +185,49 @@ TEST_F(Session, OnTheCardSecondInitKeepsTheTasksAndCloseClearsThem)
     ASSERT_EQ(ZVK_close(1), 0);
     EXPECT_EQ(ZVC_CountTasks(), 0);
     ExpectAllDown();
+}
+
+TEST_F(Session, TheLaserComesUpFirstAndGoesDownFirst)
+{
+    Write(Virtual());
+    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    int32_t status = 0;
+    EXPECT_EQ(ZVK_Laser_GetInitStatus(0, &status), 0);
+    EXPECT_EQ(status, 1);
+    EXPECT_EQ(ZVK_Laser_Interlock(0, 1), 0);
+    EXPECT_TRUE(laser.State().outputOn);
+    char line[128] = "";
+    ASSERT_EQ(ZVC_GetLog(1, line, sizeof line), ZVC_OK);
+    EXPECT_STREQ(line, "DAQmxCreateDOChan(t1, \"GALVODAQ/port0/line0:7\", \"\", 1) = 0");
+
+    const uint64_t before = ZVC_CountLog();
+    ASSERT_EQ(ZVK_close(1), 0);
+    EXPECT_FALSE(laser.State().outputOn);
+    ASSERT_EQ(ZVC_GetLog(before, line, sizeof line), ZVC_OK);
+    EXPECT_TRUE(std::string(line).starts_with("DAQmxReadDigitalScalarU32(t1")) << line;
+}
+
+TEST_F(Session, ALaserThatIsNotFoundEndsInitAndOneThatDoesNotExistDoesNot)
+{
+    const std::string text = Virtual();
+    laser.Port().HangUp();
+    Write(text);
+    EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_LASER_INIT_FAILED);
+    ExpectAllDown();
+    std::string none = text;
+    none.replace(none.find("MI = 1", none.find("[LASER]")), 6, "MI = 0");
+    Write(none);
+    EXPECT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ExpectAllUp();
+    EXPECT_EQ(Captured(), std::vector<int32_t>{}) << "its warning is dropped";
+    ASSERT_EQ(ZVK_close(1), 0);
+    // The shutters' task stays with a laser that isn't up; the next start takes it over.
+    Write(text);
+    ASSERT_TRUE(laser.Port().Plug());
+    const ScopedVariable again("ZVK_SERIAL_PORTS", laser.Offer(7).c_str());
+    EXPECT_EQ(ZVK_init("", 0, 0, 1), 0);
+    EXPECT_EQ(ZVK_close(1), 0);
+    EXPECT_EQ(ZVC_CountTasks(), 0);
 }
 
 TEST_F(Session, InitWithoutConfigurationEndsAtTheFirstModuleAndMayBeRepeated)
