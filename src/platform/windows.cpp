@@ -1,0 +1,11 @@
+// The windows in use.
+
+#include "platform/windows.h"
+
+#include "platform/backends.h"
+
+static constinit TableSwitch<ZVK_WindowTable> s_windows;
+
+const ZVK_WindowTable &Windows() { return s_windows.InUse(HeadlessWindows); }
+
+void UseWindows(const ZVK_WindowTable *table) { s_windows.Use(table); }
