@@ -6,6 +6,7 @@
 #include "quorvex/beampower.h"
 #include "quorvex/confile.h"
 #include "quorvex/coordinates.h"
+#include "quorvex/detector.h"
 #include "quorvex/errors.h"
 #include "quorvex/galvo.h"
 #include "quorvex/laser.h"

@@ -7,6 +7,7 @@
 #include "platform/clock.h"
 #include "platform/files.h"
 #include "platform/ports.h"
+#include "platform/processes.h"
 #include "platform/serial.h"
 
 #include <atomic>
@@ -14,6 +15,7 @@
 const ZVK_FileTable &SystemFiles();
 const ZVK_ClockTable &SystemClock();
 const ZVK_SerialTable &SystemSerial();
+const ZVK_ProcessTable &SystemProcesses();
 
 // The ports found on this machine, without those that a user has pinned. May throw std::bad_alloc.
 bool SystemPorts(std::vector<ZVK_PortEntry> &ports);

@@ -36,6 +36,7 @@ static const ZVK_InitRow kInits[] = {
     {InitTrapsOfPathA},
     {InitTrapsOfPathB},
     {ZVK_CoordinateSystems_Init},
+    {ZVK_Detector_Init},
 };
 
 static const ZVK_ShutdownRow kShutdowns[] = {
@@ -43,6 +44,7 @@ static const ZVK_ShutdownRow kShutdowns[] = {
     {ZVK_BeamPower_Shutdown},
     {ZVK_Trap_Shutdown},
     {ZVK_CoordinateSystems_Shutdown},
+    {ZVK_Detector_Shutdown},
 };
 // clang-format on
 

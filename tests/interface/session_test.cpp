@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -46,6 +47,9 @@ protected:
         ZVC_SetPace(ZVC_PACE_FAST);
         Write(Simulated());
         folder.Files().Write("default.odf", Sample("simulated/ZVK640/default.odf"));
+        folder.Files().Write("dkl.exe", Sample("virtual/ZVK640/dkl.exe"));
+        std::filesystem::permissions(folder.Files().Path("dkl.exe"),
+                                     std::filesystem::perms::owner_all);
     }
 
     void TearDown() override
@@ -119,6 +123,11 @@ protected:
     InstrumentFolder folder;
     VirtualLaser laser;
     ScopedVariable offered{"ZVK_SERIAL_PORTS", laser.Offer(7).c_str()};
+    // The detectors' helper program hears nobody's orders but this test's.
+    ScopedVariable meeting{"XDG_RUNTIME_DIR", folder.Files().Path().c_str()};
+    ScopedVariable helper{"ZVK_VIRTUAL_DETECTOR", (std::string(std::getenv("ZVK_TEST_BINARY_DIR")) +
+                                                   "/bin/quorvex-virtual-detector")
+                                                      .c_str()};
 };
 
 TEST_F(Session, InitBringsAllUpAndCloseTakesAllDown)

@@ -3,6 +3,7 @@
 
 #include "files/key_table.h"
 #include "instruments/beampower_keys.h"
+#include "instruments/detector_keys.h"
 #include "instruments/laser_keys.h"
 #include "quorvex/quorvex.h"
 #include "steering/coordinates_keys.h"
@@ -32,6 +33,7 @@ static const ZVK_KeyTable *const kTables[] = {
     &kLaserInputKeys,
     &kBeamPowerKeys,
     &kBeamPowerDaqKeys,
+    &kDetectorKeys,
 };
 // clang-format on
 
