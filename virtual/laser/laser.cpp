@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <chrono>
-#include <cstdio>
+#include <condition_variable>
 #include <mutex>
 #include <utility>
 
@@ -24,6 +24,8 @@ struct VirtualLaser::Inside
     const std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
 
     mutable std::mutex guard;  // of all below
+    mutable std::condition_variable heard;
+    std::string newest;  // command
     VirtualLaserState state;
     std::function<bool()> interlockSource;
     std::string forcedFlags;
@@ -129,6 +131,8 @@ std::string VirtualLaser::Inside::Answer(std::string_view frame)
     const double timeS =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     events.push_back({timeS, command, closed, state.outputOn && closed});
+    newest = command;
+    heard.notify_all();
     return reply;
 }
 
@@ -198,6 +202,13 @@ std::vector<VirtualLaserEvent> VirtualLaser::TakeEvents()
 {
     const std::lock_guard lock(m_inside->guard);
     return std::exchange(m_inside->events, {});
+}
+
+bool VirtualLaser::AwaitCommand(const std::string &command, double wallSeconds) const
+{
+    std::unique_lock lock(m_inside->guard);
+    return m_inside->heard.wait_for(lock, std::chrono::duration<double>(wallSeconds),
+                                    [&] { return m_inside->newest == command; });
 }
 
 static std::string Milliseconds(double seconds)

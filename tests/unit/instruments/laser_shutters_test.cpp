@@ -371,6 +371,37 @@ TEST_F(LaserInterlock, WithLevelsAFailedReadIsLogged)
     EXPECT_NE(Log().find("\tno input\n"), std::string::npos);
 }
 
+TEST_F(LaserShutters, CallsOfSeveralThreadsDontMeet)
+{
+    BringUpLevels();
+    const auto work = [](int round) {
+        double value = 0.0;
+        int32_t number = 0;
+        for (int i = 0; i < 50; ++i) {
+            (void)ZVK_Laser_SetPower(0, 1.0 + (round + i) % 3);
+            (void)ZVK_Laser_GetPower(0, &value);
+            (void)ZVK_Laser_Interlock(0, static_cast<uint16_t>(i % 2));
+            (void)ZVK_Laser_SetShutter(0, i % 2, 1);
+            (void)ZVK_Laser_GetInterlockStatus(0, &number);
+            (void)ZVK_Laser_GetMode(0, &number);
+        }
+    };
+    std::thread other(work, 1);
+    work(2);
+    other.join();
+    // Between a word that is read and the one written for it stands no other call on the lines.
+    const Calls calls = card.Calls();
+    for (size_t i = 0; i + 1 < calls.size(); ++i) {
+        if (!calls[i].starts_with("readDigital")) continue;
+        size_t next = i + 1;
+        while (next < calls.size() && calls[next].starts_with("readAnalog"))
+            ++next;
+        ASSERT_LT(next, calls.size());
+        EXPECT_TRUE(calls[next].starts_with("writeDigitalScalarU32(" + calls[i].substr(21, 2)))
+            << calls[i] << " " << calls[next];
+    }
+}
+
 using LaserShutdown = LaserTest;
 
 TEST_F(LaserShutdown, ASerialLaserIsDarkBeforeItsTaskAndPortGo)

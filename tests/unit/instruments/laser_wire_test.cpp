@@ -17,6 +17,7 @@
 
 constexpr double kQuicker = 40.0;
 constexpr double kTimeoutS = 2.0 / kQuicker;
+constexpr double kPatienceS = 10.0;
 constexpr double kMarginS = 2.0;  // for a machine that is busy
 
 static int SetShortTimeout(int port, double seconds)
@@ -149,6 +150,7 @@ TEST_F(LaserWire, SilenceFromAnyReplyOnHangsNothing)
         const int32_t status = ZVK_Laser_Init(0, 0, 0);
         EXPECT_EQ(status, good == 0 ? ZVK_LASER_INIT_FAILED : 0) << "only the search asks";
         if (status == 0) CallAll();
+        EXPECT_TRUE(laser.AwaitCommand(status == 0 ? "CDO 0" : "?", kPatienceS));
         EXPECT_FALSE(laser.State().outputOn) << "the laser hears, and was told to stop";
         Replug();
         EXPECT_EQ(ZVK_Laser_Init(0, 0, 0), 0) << "usable again";
@@ -189,7 +191,10 @@ TEST_F(LaserWire, GarbageInPlaceOfAnyReplyHangsNothing)
                 {.goodReplies = good, .garble = [bytes](std::string) { return bytes; }});
             const int32_t status = ZVK_Laser_Init(0, 0, 0);
             EXPECT_EQ(status, good == 0 ? ZVK_LASER_INIT_FAILED : 0);
-            if (status == 0) CallAll();
+            if (status == 0) {
+                CallAll();
+                EXPECT_TRUE(laser.AwaitCommand("CDO 0", kPatienceS));
+            }
             EXPECT_FALSE(laser.State().outputOn);
             Replug();
             EXPECT_EQ(ZVK_Laser_Init(0, 0, 0), 0) << "usable again";
@@ -219,6 +224,7 @@ TEST_F(LaserWire, AFloodThatNobodyAskedForDoesNoHarm)
     for (int i = 0; i < 50; ++i)
         laser.Port().Send("999999999999999999999999\n");
     CallAll();
+    EXPECT_TRUE(laser.AwaitCommand("CDO 0", kPatienceS));
     EXPECT_FALSE(laser.State().outputOn);
     Replug();
     EXPECT_EQ(ZVK_Laser_Init(0, 0, 0), 0);

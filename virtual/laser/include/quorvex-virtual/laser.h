@@ -96,6 +96,10 @@ public:
     std::vector<VirtualLaserEvent> Events() const;
     std::vector<VirtualLaserEvent> TakeEvents();  // and forgets them
 
+    // Waits until the newest command is this one: a program that found something else to read need
+    // not have waited for the laser. False when it doesn't come in time.
+    bool AwaitCommand(const std::string &command, double wallSeconds) const;
+
 private:
     struct Inside;
     std::unique_ptr<Inside> m_inside;
