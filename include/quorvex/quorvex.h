@@ -4,6 +4,7 @@
 /* The whole interface of libquorvex.so. Compiles as C11 and as C++20. */
 
 #include "quorvex/beampower.h"
+#include "quorvex/camera.h"
 #include "quorvex/confile.h"
 #include "quorvex/coordinates.h"
 #include "quorvex/detector.h"

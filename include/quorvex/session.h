@@ -25,21 +25,24 @@ ZVK_EXTERN_C_BEGIN
  * @param id_query     handed on to each module; none acts on it
  * @param reset_instr  handed on to each module; none acts on it
  * @param vi           session value, handed on
- * @return 0, else the negative status of the first module that failed: of ZVK_Laser_Init, of
- * ZVK_Trap_Init for path A, of ZVK_Trap_Init for path B, of ZVK_CoordinateSystems_Init
+ * @return 0, else the negative status of the first module that failed, as its own ..._Init tells it
  */
 ZVK_API int32_t ZVK_init(const char *rsrcName, uint16_t id_query, uint16_t reset_instr,
                          SessionHandle vi);
 
 /**
- * Shuts all modules down, in this order: the laser, the traps (and the galvo module before them),
- * the coordinate systems. Then the captured warnings are forgotten, and the list is ready for
- * another session. The first module that fails ends the call: later ones stay up, and the warnings
- * stay. A module's warning is passed over. A session that never came up, or only in part, may be
- * closed.
+ * Shuts all modules down in a fixed order: laser, camera, beam power, traps (and the galvo module
+ * before them), coordinate systems, detectors. At the end the captured warnings are forgotten, and
+ * the list is ready for another session. The first module that fails ends the call: later ones stay
+ * up, and the warnings stay. A module's warning is passed over.
+ *
+ * A camera that isn't up fails: in a session without one, with one that isn't simulated, and after
+ * a ZVK_init that came up in part, the call ends there, and the later modules are shut down by
+ * their own calls.
  *
  * @param vi  session value, handed on
- * @return 0, else the negative status of the first module that failed
+ * @return 0, else the negative status of the first module that failed, such as
+ *         ZVK_CAMERA_NOT_INITIALIZED
  */
 ZVK_API int32_t ZVK_close(SessionHandle vi);
 

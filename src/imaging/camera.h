@@ -31,6 +31,7 @@
 #include <opencv2/core.hpp>
 #include <opencv2/core/types_c.h>
 
+#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -184,7 +185,8 @@ std::mutex &CameraPicture();
 std::mutex &CameraFrame();
 std::mutex &CameraWriter();
 std::mutex &CameraData();
-void CameraChanged();  // wakes the loops, and who waits for them
+std::condition_variable &CameraCondition();  // with CameraData: a field that a loop waits for
+void CameraChanged();                        // wakes the loops, and who waits for them
 
 // A plain field, read or written under CameraData.
 template <class Value>
@@ -209,5 +211,38 @@ bool CameraInitialised();
 // Makes a picture's header point to its pixels; an empty picture gives an empty header. Lock
 // CameraPicture.
 void PointHeaderAt(IplImage &header, const cv::Mat &picture);
+
+// -- bring-up (camera.cpp) --
+
+int ZVK_Camera_CheckCompile(void);
+void ZVK_Camera_LogAndorError(SessionHandle SessionHandle, int error);
+void ZVK_Camera_InitFonts(SessionHandle SessionHandle);
+
+// -- images (camera_images.cpp) --
+
+void ZVK_Camera_InitFrameBuffers(SessionHandle SessionHandle);
+void ZVK_Camera_ReleaseFrameBuffers(SessionHandle SessionHandle);
+
+// Exchanges the image set as ZVK_Camera_InitFrameBuffers does. 0, or ZVK_CAMERA_NO_MEMORY with no
+// image left. Images whose size stays keep their pixels' place, and with it what clients hold.
+int32_t RebuildImages();
+
+// -- windows (camera_window.cpp) --
+
+extern const char *const kCameraWindow;     // its title
+extern const char *const kHistogramWindow;  // the same
+int ZVK_Camera_InitWindow(SessionHandle SessionHandle);
+void ZVK_Camera_MouseCallback(int event, int x, int y, int flags, void *param);
+void ShowPicture(const char *title, const cv::Mat &picture);  // nothing when it is empty
+
+// -- loops (camera_acquire.cpp, camera_display.cpp, camera_loops.cpp) --
+
+int ZVK_Camera_AcquireLoop(void *functionData);
+int ZVK_Camera_DisplayLoop(void *functionData);
+bool AcquirePass();         // one turn of the loop; false: it is to end
+bool DisplayPass();         // waits for a frame and shows it; false: the loop is to end
+void StartLoops();          // on the pool. Lock CameraTurn
+void EndLoops();            // asks both to end, and waits until they have. Lock CameraTurn
+void EndLoopsBeforeExit();  // once a picture has been made: the process's end stops the loops first
 
 #endif

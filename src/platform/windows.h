@@ -38,7 +38,7 @@ enum ZVK_WindowStyle
 // - onMouse: whom to tell of mouse events; a null callback ends that, and when it has returned no
 //   callback is running (unless it was called from one).
 // - find: the top-level window of that title, of any program; null when there is none.
-// - findChild: the window of that title directly below the parent.
+// - findChild: the window of that title directly below the parent; a null parent: as find.
 // - style, setStyle: the bits of a window, 0 for an unknown one.
 // - raise: shows a window. setParent: puts a window into another one.
 // 0, or a negative code: there is no such window, or the display is gone. A null handle is refused.

@@ -36,11 +36,13 @@ static const ZVK_InitRow kInits[] = {
     {InitTrapsOfPathA},
     {InitTrapsOfPathB},
     {ZVK_CoordinateSystems_Init},
+    {ZVK_Camera_Init},
     {ZVK_Detector_Init},
 };
 
 static const ZVK_ShutdownRow kShutdowns[] = {
     {ZVK_Laser_Shutdown},
+    {ZVK_Camera_Shutdown},
     {ZVK_BeamPower_Shutdown},
     {ZVK_Trap_Shutdown},
     {ZVK_CoordinateSystems_Shutdown},

@@ -1,5 +1,6 @@
 // The coordinate calls as a calibration tool uses them: measure, fit, set, save, load.
 
+#include "close_modules.h"
 #include "scratch_folder.h"
 #include "two_paths.h"
 
@@ -20,7 +21,7 @@ protected:
         folder.Write("config.ini", TwoPathsConfig());
         folder.Write("default.odf", TwoPathsObjective());
     }
-    void TearDown() override { EXPECT_EQ(ZVK_close(0), 0); }
+    void TearDown() override { CloseModules(); }
 
     ScratchFolder folder;
 };

@@ -1,6 +1,7 @@
 // A whole session through the exported calls alone, on the ready instrument folders' settings and
 // against the virtual card and the virtual laser.
 
+#include "close_modules.h"
 #include "instrument_folder.h"
 
 #include <quorvex-virtual/daq.h>
@@ -54,7 +55,7 @@ protected:
 
     void TearDown() override
     {
-        EXPECT_EQ(ZVK_close(0), 0);
+        CloseModules();
         EXPECT_EQ(ZVC_CountTasks(), 0) << "a task leaked";
     }
 
@@ -173,11 +174,36 @@ TEST_F(Session, ManySessionsFollowEachOther)
     }
 }
 
-TEST_F(Session, CloseWithoutInitAndTwiceIsHarmless)
+TEST_F(Session, CloseWithoutACameraStopsThereEachTime)
 {
-    EXPECT_EQ(ZVK_close(1), 0);
-    EXPECT_EQ(ZVK_close(1), 0);
+    EXPECT_EQ(ZVK_close(1), ZVK_CAMERA_NOT_INITIALIZED);
+    EXPECT_EQ(ZVK_close(1), ZVK_CAMERA_NOT_INITIALIZED);
     ExpectAllDown();
+    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    EXPECT_EQ(ZVK_close(1), 0);
+    EXPECT_EQ(ZVK_close(1), ZVK_CAMERA_NOT_INITIALIZED);
+    ExpectAllDown();
+}
+
+TEST_F(Session, WithoutACameraCloseLeavesTheLaterModulesUp)
+{
+    std::string none = Simulated();
+    none.replace(none.find("MI = 1", none.find("[CAMERA]")), 6, "MI = 0");
+    Write(none);
+    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    EXPECT_EQ(ZVK_close(1), ZVK_CAMERA_NOT_INITIALIZED);
+    ExpectAllUp();
+}
+
+TEST_F(Session, TheCameraComesUpAfterTheCoordinates)
+{
+    folder.Files().Write("default.odf", "");
+    Write(Without(Simulated(), "COLORMODE"));
+    EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_CONFILE_NOT_READABLE) << "the objective's";
+    folder.Files().Write("default.odf", Sample("simulated/ZVK640/default.odf"));
+    EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_CONFILE_NOT_FOUND);
+    ExpectAllUp();
+    EXPECT_EQ(ZVK_Camera_Shutdown(0), ZVK_CAMERA_NOT_INITIALIZED);
 }
 
 TEST_F(Session, OnTheCardSecondInitKeepsTheTasksAndCloseClearsThem)
@@ -209,10 +235,12 @@ TEST_F(Session, TheLaserComesUpFirstAndGoesDownFirst)
     ASSERT_EQ(ZVC_GetLog(1, line, sizeof line), ZVC_OK);
     EXPECT_STREQ(line, "DAQmxCreateDOChan(t1, \"GALVODAQ/port0/line0:7\", \"\", 1) = 0");
 
-    const uint64_t before = ZVC_CountLog();
+    uint64_t first = ZVC_CountLog();
     ASSERT_EQ(ZVK_close(1), 0);
     EXPECT_FALSE(laser.State().outputOn);
-    ASSERT_EQ(ZVC_GetLog(before, line, sizeof line), ZVC_OK);
+    do {  // the mirrors are fed while the session is up
+        ASSERT_EQ(ZVC_GetLog(first++, line, sizeof line), ZVC_OK);
+    } while (std::string(line).starts_with("DAQmxWriteAnalogF64("));
     EXPECT_TRUE(std::string(line).starts_with("DAQmxReadDigitalScalarU32(t1")) << line;
 }
 
@@ -251,13 +279,15 @@ TEST_F(Session, InitWithoutConfigurationEndsAtTheFirstModuleAndMayBeRepeated)
     ExpectAllUp();
 }
 
-TEST_F(Session, CloseAfterAFailedInitTakesDownWhatIsUp)
+TEST_F(Session, CloseAfterAFailedInitStopsAtWhatIsNotUp)
 {
     folder.Files().Write("default.odf", "");
     EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_CONFILE_NOT_READABLE);
     EXPECT_EQ(Traps(0), Names{"A_1"});
     EXPECT_EQ(Traps(1), Names{"B_1"}) << "what came up stays up";
-    EXPECT_EQ(ZVK_close(1), 0);
+    EXPECT_EQ(ZVK_close(1), ZVK_CAMERA_NOT_INITIALIZED) << "the camera didn't come up";
+    EXPECT_EQ(Traps(0), Names{"A_1"}) << "and what comes after it stays up";
+    EXPECT_EQ(ZVK_Trap_Shutdown(1), 0);
     EXPECT_EQ(GalvoStatus(0), 0);
     EXPECT_EQ(Traps(0), Names{});
 }
@@ -286,7 +316,7 @@ TEST_F(Session, FailedCardEndsInitAndTheNextOneWorks)
     ZVC_FailCall("DAQmxCfgSampClkTiming", 1, -50103);  // the mirrors alone have a clock
     EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_GALVO_DAQ_FAILED);
     EXPECT_EQ(Traps(0), Names{});
-    EXPECT_EQ(ZVK_close(1), 0);
+    CloseModules();
     EXPECT_EQ(ZVC_CountTasks(), 0);
     EXPECT_EQ(ZVK_init("", 0, 0, 1), 0);
     ExpectAllUp();
@@ -299,7 +329,7 @@ TEST_F(Session, CardWithoutUsbEndsInitWithTheDriversCode)
     EXPECT_LT(ZVK_init("", 0, 0, 1), -200000);
     EXPECT_EQ(Traps(0), Names{});
     ZVC_SetUsb(1);
-    EXPECT_EQ(ZVK_close(1), 0);
+    CloseModules();
     EXPECT_EQ(ZVC_CountTasks(), 0);
 }
 
@@ -311,6 +341,8 @@ TEST_F(Session, CloseForgetsTheCapturedWarnings)
     EXPECT_EQ(Captured(), std::vector<int32_t>{});
     ASSERT_EQ(ZVK_error_CaptureWarning(1, ZVK_GALVO_SPEED_LIMIT), 0);
     EXPECT_EQ(Captured(), std::vector<int32_t>{ZVK_GALVO_SPEED_LIMIT});
+    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    EXPECT_EQ(ZVK_close(1), 0);
 }
 
 TEST_F(Session, CallsThatOnlyAnswerWorkWithoutInit)

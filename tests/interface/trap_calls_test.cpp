@@ -1,5 +1,6 @@
 // Traps as a client of the shared library sees them: a simulated session with two paths.
 
+#include "close_modules.h"
 #include "scratch_folder.h"
 #include "two_paths.h"
 
@@ -21,7 +22,7 @@ protected:
         folder.Write("config.ini", TwoPathsConfig());
         folder.Write("default.odf", TwoPathsObjective());
     }
-    void TearDown() override { EXPECT_EQ(ZVK_close(0), 0); }
+    void TearDown() override { CloseModules(); }
 
     static int32_t count(int32_t path)
     {
@@ -75,7 +76,7 @@ TEST_F(TrapCalls, ClosingAfterAFailedInitIsHarmless)
     folder.Write("config.ini", "[OTHER]\nKEY = 1\n");
     EXPECT_EQ(ZVK_init(nullptr, 0, 0, 0), ZVK_CONFILE_NOT_FOUND);
     EXPECT_EQ(count(0), 0);
-    EXPECT_EQ(ZVK_close(0), 0);
+    EXPECT_EQ(ZVK_close(0), ZVK_CAMERA_NOT_INITIALIZED);
     SetUp();
     EXPECT_EQ(ZVK_init(nullptr, 0, 0, 0), 0);
     EXPECT_EQ(count(0), 1);

@@ -33,7 +33,8 @@ void SteeringTest::resetSteering()
     g_galvoDaq = {};
     for (ZVK_GalvoState &row : g_galvo)
         row = {};
-    g_overlaySwitches = {};
+    SetSdkOverlay(0);
+    SetTrapMarkers(0);
     (void)capturedWarnings();
 }
 

@@ -2,6 +2,7 @@
 // which the modules read their keys.
 
 #include "files/key_table.h"
+#include "imaging/camera_keys.h"
 #include "instruments/beampower_keys.h"
 #include "instruments/detector_keys.h"
 #include "instruments/laser_keys.h"
@@ -34,6 +35,15 @@ static const ZVK_KeyTable *const kTables[] = {
     &kBeamPowerKeys,
     &kBeamPowerDaqKeys,
     &kDetectorKeys,
+    &kCameraKeys,
+    &kExposureKeys,
+    &kCoolingKeys,
+    &kCoolerKeys,
+    &kSensorKeys,
+    &kCameraWindowKeys,
+    &kCameraHandleKeys,
+    &kHistogramKeys,
+    &kHistogramWindowKeys,
 };
 // clang-format on
 

@@ -2,6 +2,7 @@
 
 #include "failing_files.h"
 #include "failing_memory.h"
+#include "imaging/camera.h"
 #include "quorvex/quorvex.h"
 #include "scratch_folder.h"
 #include "session/session.h"
@@ -209,17 +210,35 @@ TEST_F(Warnings, NoRoomForTheTextKeepsTheEntryAndSucceeds)
     EXPECT_EQ(memory.Live(), 0);
 }
 
+// ZVK_close stops at a camera that isn't up.
+static int32_t Close()
+{
+    CameraSet(&ZVK_CameraState::initialised, 1);
+    CameraSet(&ZVK_CameraState::simulate, 1);
+    return ZVK_close(0);
+}
+
+TEST_F(Warnings, CloseOfASessionWithoutACameraKeepsThem)
+{
+    FailingMemory memory;
+    Capture({611});
+    EXPECT_EQ(ZVK_close(0), ZVK_CAMERA_NOT_INITIALIZED);
+    EXPECT_EQ(ReadOut(), (List{611}));
+    EXPECT_EQ(Close(), 0);
+    EXPECT_EQ(memory.Live(), 0);
+}
+
 TEST_F(Warnings, CloseEmptiesTheListAndALaterSessionUsesIt)
 {
     FailingMemory memory;
     Capture({611, 907});
-    EXPECT_EQ(ZVK_close(0), 0);
+    EXPECT_EQ(Close(), 0);
     EXPECT_EQ(memory.Live(), 0) << "the array is freed";
     EXPECT_EQ(Count(), 0);
     Capture({403});
     EXPECT_EQ(ReadOut(), (List{403}));
-    EXPECT_EQ(ZVK_close(0), 0);
-    EXPECT_EQ(ZVK_close(0), 0);
+    EXPECT_EQ(Close(), 0);
+    EXPECT_EQ(Close(), 0);
     EXPECT_EQ(memory.Live(), 0);
 }
 
