@@ -18,9 +18,10 @@ struct ZVK_Picture
     int64_t step;
 };
 
-// event, flags: 0 move, 1 2 3 left right middle down, 4 5 6 up, 7 8 9 double click, 10 wheel;
-// 1 left, 2 right, 4 middle button, 8 control, 16 shift, 32 alt, and for a wheel the signed amount
-// in the upper 16 bits. x, y are pixels of the picture shown. Runs on the window system's thread.
+// event, flags: 0 move, 1 2 3 left right middle down, 4 5 6 up, 7 8 9 double click, 10 wheel, 11
+// sideways wheel; 1 left, 2 right, 4 middle button, 8 control, 16 shift, 32 alt, and for a wheel
+// the signed amount in the upper 16 bits. x, y are pixels of the picture shown. Runs on the window
+// system's thread.
 typedef void (*ZVK_MouseCallback)(int event, int x, int y, int flags, void *param);
 
 enum ZVK_WindowStyle
@@ -33,7 +34,7 @@ enum ZVK_WindowStyle
 // - resize: gives the room for the picture its size. move: in pixels of the screen, or of the
 // parent.
 // - show: shows the picture; it is copied before the call returns. A window that its user has
-//   closed stays closed.
+//   closed, or that went with its parent, stays closed until it is opened again.
 // - close: ends one of our windows.
 // - onMouse: whom to tell of mouse events; a null callback ends that, and when it has returned no
 //   callback is running (unless it was called from one).
