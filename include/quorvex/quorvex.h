@@ -3,6 +3,7 @@
 
 /* The whole interface of libquorvex.so. Compiles as C11 and as C++20. */
 
+#include "quorvex/beamexpander.h"
 #include "quorvex/beampower.h"
 #include "quorvex/camera.h"
 #include "quorvex/confile.h"

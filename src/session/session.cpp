@@ -17,6 +17,16 @@ static int32_t InitPowerOfPathB(SessionHandle vi, uint16_t idQuery, uint16_t res
     return ZVK_BeamPower_Init(vi, idQuery, resetInstr, ZVK_PATH_B);
 }
 
+static int32_t InitExpanderOfPathA(SessionHandle vi, uint16_t idQuery, uint16_t resetInstr)
+{
+    return ZVK_BeamExpander_Init(vi, idQuery, resetInstr, ZVK_PATH_A);
+}
+
+static int32_t InitExpanderOfPathB(SessionHandle vi, uint16_t idQuery, uint16_t resetInstr)
+{
+    return ZVK_BeamExpander_Init(vi, idQuery, resetInstr, ZVK_PATH_B);
+}
+
 static int32_t InitTrapsOfPathA(SessionHandle vi, uint16_t idQuery, uint16_t resetInstr)
 {
     return ZVK_Trap_Init(vi, idQuery, resetInstr, ZVK_PATH_A, "A_1");
@@ -33,6 +43,8 @@ static const ZVK_InitRow kInits[] = {
     {ZVK_Laser_Init},
     {InitPowerOfPathA},
     {InitPowerOfPathB},
+    {InitExpanderOfPathA},
+    {InitExpanderOfPathB},
     {InitTrapsOfPathA},
     {InitTrapsOfPathB},
     {ZVK_CoordinateSystems_Init},
@@ -44,6 +56,7 @@ static const ZVK_ShutdownRow kShutdowns[] = {
     {ZVK_Laser_Shutdown},
     {ZVK_Camera_Shutdown},
     {ZVK_BeamPower_Shutdown},
+    {ZVK_BeamExpander_Shutdown},
     {ZVK_Trap_Shutdown},
     {ZVK_CoordinateSystems_Shutdown},
     {ZVK_Detector_Shutdown},

@@ -37,7 +37,7 @@ static std::string Quoted(const std::string &bytes)
             text += "\\r";
         } else if (c == '\n') {
             text += "\\n";
-        } else if (c >= ' ' && c <= '~') {
+        } else if (c >= ' ' && c <= '~' && c != '\\') {
             text += c;
         } else {
             text += std::string("\\x") + kDigits[byte / 16] + kDigits[byte % 16];

@@ -3,6 +3,7 @@
 
 #include "files/key_table.h"
 #include "imaging/camera_keys.h"
+#include "instruments/beamexpander_keys.h"
 #include "instruments/beampower_keys.h"
 #include "instruments/detector_keys.h"
 #include "instruments/laser_keys.h"
@@ -34,6 +35,7 @@ static const ZVK_KeyTable *const kTables[] = {
     &kLaserInputKeys,
     &kBeamPowerKeys,
     &kBeamPowerDaqKeys,
+    &kExpanderKeys,
     &kDetectorKeys,
     &kCameraKeys,
     &kExposureKeys,
