@@ -8,10 +8,13 @@
 
 static bool BeginDisplay()
 {
-    const std::lock_guard data(CameraData());
-    if (g_camera.stopDisplay != 0) return false;
-    g_camera.runDisplay = 1;
-    g_camera.displayRunning = 1;
+    {
+        const std::lock_guard data(CameraData());
+        if (g_camera.stopDisplay != 0) return false;
+        g_camera.runDisplay = 1;
+        g_camera.displayRunning = 1;
+    }
+    CameraChanged();
     return true;
 }
 

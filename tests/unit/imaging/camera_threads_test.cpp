@@ -1,0 +1,192 @@
+// Both loops on their own threads, with clients beside them. The test clock's delays return at
+// once, so that frames come as fast as they can.
+
+#include "camera_fixture.h"
+
+#include "quorvex/errors.h"
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+using Sizes = std::vector<int32_t>;
+
+class CameraThreads : public CameraTest
+{
+protected:
+    void SetUp() override
+    {
+        CameraTest::SetUp();
+        threads.reset();  // the real pool
+        clock.OnWait([] { std::this_thread::yield(); });
+    }
+
+    // Returns when the loops have made it true.
+    template <class Fact>
+    static void WaitUntil(Fact fact)
+    {
+        std::unique_lock data(CameraData());
+        CameraCondition().wait(data, fact);
+    }
+
+    static void WaitForFrames(int32_t more)
+    {
+        const int32_t from = Get(&ZVK_CameraState::frameCount);
+        WaitUntil([=] { return g_camera.frameCount >= from + more; });
+    }
+
+    static int32_t Init() { return ZVK_Camera_Init(0, 0, 0); }
+    static int32_t Shutdown() { return ZVK_Camera_Shutdown(0); }
+
+    static size_t CountThreads()
+    {
+        size_t count = 0;
+        for (const auto &task : std::filesystem::directory_iterator("/proc/self/task"))
+            count += task.exists() ? 1 : 0;
+        return count;
+    }
+};
+
+TEST_F(CameraThreads, FramesRunFromInitToShutdown)
+{
+    BringUp();
+    WaitForFrames(50);
+    EXPECT_EQ(Get(&ZVK_CameraState::runAcquire), 1);
+    EXPECT_EQ(Get(&ZVK_CameraState::displayRunning), 1);
+    EXPECT_EQ(Shutdown(), ZVK_SUCCESS);
+    WaitUntil([] { return g_camera.acquireRunning == 0; });
+    EXPECT_EQ(Get(&ZVK_CameraState::displayRunning), 1) << "it rests";
+    EXPECT_GT(windows.Pictures().size(), 0U);
+    const int32_t frames = Get(&ZVK_CameraState::frameCount);
+    WaitUntil([] { return g_camera.frameConsumed == 1; });
+    EXPECT_EQ(Get(&ZVK_CameraState::frameCount), frames);
+}
+
+TEST_F(CameraThreads, FullShutdownAwaitsBothLoops)
+{
+    BringUp({.simulate = "2"});
+    WaitForFrames(5);
+    EXPECT_EQ(Shutdown(), ZVK_SUCCESS);
+    EXPECT_EQ(Get(&ZVK_CameraState::acquireRunning), 0);
+    EXPECT_EQ(Get(&ZVK_CameraState::displayRunning), 0);
+    const size_t pictures = windows.Pictures().size();
+    EXPECT_EQ(windows.OpenTitles(), Calls{});
+    EXPECT_EQ(windows.Pictures().size(), pictures);
+}
+
+TEST_F(CameraThreads, LoopsOfACameraThatIsNotSimulatedWaitAndEndAtTheNextInit)
+{
+    Write({.simulate = "0"});
+    EXPECT_EQ(Init(), ZVK_SUCCESS);
+    WaitUntil([] { return g_camera.acquireRunning == 1 && g_camera.displayRunning == 1; });
+    EXPECT_EQ(Shutdown(), ZVK_CAMERA_NOT_INITIALIZED);
+    EXPECT_EQ(Get(&ZVK_CameraState::acquireRunning), 1) << "nobody stops it but the next start";
+    EXPECT_EQ(Get(&ZVK_CameraState::frameCount), 0);
+    EXPECT_TRUE(clock.Delays().empty()) << "it waits for a frame and not for time";
+    EXPECT_EQ(clock.Breaths(), 0);
+    BringUp();
+    WaitForFrames(3);
+}
+
+TEST_F(CameraThreads, ABusyDisplayMissesFramesAndNoneIsQueued)
+{
+    std::atomic<bool> held{false};
+    std::atomic<int32_t> frames{0};
+    windows.OnShow([&] {
+        if (held.exchange(true)) return;
+        const int32_t from = Get(&ZVK_CameraState::frameCount);
+        while (frames < 10) {  // acquisition goes on
+            frames = Get(&ZVK_CameraState::frameCount) - from;
+            std::this_thread::yield();
+        }
+    });
+    BringUp();
+    WaitUntil([&] { return frames >= 10; });
+    EXPECT_LE(windows.Pictures().size(),
+              static_cast<size_t>(Get(&ZVK_CameraState::frameCount)) - 9);
+}
+
+TEST_F(CameraThreads, ImagesAreExchangedWhileFramesRun)
+{
+    BringUp();
+    for (int i = 0; i < 20; ++i) {
+        WaitForFrames(1);
+        EXPECT_EQ(ZVK_Camera_SetROI(0, 1 + i % 4, i % 3, nullptr, nullptr), ZVK_SUCCESS);
+    }
+    WaitForFrames(3);
+    EXPECT_EQ(Shutdown(), ZVK_SUCCESS);
+}
+
+TEST_F(CameraThreads, TwoClientsCallEverythingWhileFramesRun)
+{
+    BringUp({.simulate = "2"});
+    std::atomic<bool> stop{false};
+    std::thread one([&] {
+        for (int32_t i = 0; !stop; ++i) {
+            int32_t number = 0;
+            double zoom = 0.0;
+            char name[256];
+            void *handle = nullptr;
+            (void)ZVK_Camera_SetZoom(0, i % 300, i % 200, 1.0 + i % 5);
+            (void)ZVK_Camera_GetZoom(0, &number, &number, &zoom);
+            (void)ZVK_Camera_SetUserOverlay(0, static_cast<uint16_t>(i % 2));
+            (void)ZVK_Camera_SetFrameRate(0, static_cast<uint16_t>(i % 2));
+            (void)ZVK_Camera_SetCalField(0, i % 3, 1);
+            (void)ZVK_Camera_GetModelName(0, name);
+            (void)ZVK_Camera_GetWinHandle(0, &handle);
+            (void)ZVK_Camera_GetNativeResolution(0, &number, &number, nullptr, nullptr);
+            (void)windows.Mouse("Camera Window", 1, i % 800, i % 600, 1);
+        }
+    });
+    std::thread two([&] {
+        for (int32_t i = 0; !stop; ++i) {
+            float seconds = 0.0F;
+            (void)ZVK_Camera_SetROI(0, 1 + i % 3, i % 2, nullptr, nullptr);
+            (void)ZVK_Camera_StartVideo(0);
+            (void)ZVK_Camera_SnapShot(0);
+            (void)ZVK_Camera_StopVideo(0);
+            (void)ZVK_Camera_SetSDKOverlay(0, static_cast<uint16_t>(i % 2));
+            (void)ZVK_Camera_SetTrapMarkers(0, static_cast<uint16_t>(i % 2));
+            (void)ZVK_Camera_SetExposureTime(0, 0.1F, &seconds);
+            if (i % 10 == 9) {
+                (void)Shutdown();
+                (void)Init();
+            }
+        }
+    });
+    for (int i = 0; i < 5; ++i)
+        WaitForFrames(20);
+    stop = true;
+    one.join();
+    two.join();
+    EXPECT_EQ(Shutdown(), ZVK_SUCCESS);
+}
+
+static size_t ResidentPages()
+{
+    size_t total = 0;
+    size_t resident = 0;
+    std::ifstream("/proc/self/statm") >> total >> resident;
+    return resident;
+}
+
+TEST_F(CameraThreads, AHundredRoundsKeepThreadsAndMemoryFlat)
+{
+    const char *const kinds[] = {"1", "2", "0", "1"};
+    size_t threadsAtFirst = 0;
+    size_t pagesAtFirst = 0;
+    for (int round = 0; round < 100; ++round) {
+        Write({.simulate = kinds[round % 4]});
+        ASSERT_EQ(Init(), ZVK_SUCCESS);
+        if (kinds[round % 4][0] != '0') WaitForFrames(1);
+        (void)Shutdown();
+        if (round == 19) {
+            threadsAtFirst = CountThreads();
+            pagesAtFirst = ResidentPages();
+        }
+    }
+    EXPECT_LE(CountThreads(), threadsAtFirst);
+    // A set of images that leaked each round would be 100,000 pages; sanitizers keep freed ones.
+    EXPECT_LT(ResidentPages(), pagesAtFirst + 80000);
+}
