@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 
 constexpr double kTrapFontScale = 0.5;
 constexpr double kTextFontScale = 0.4;
@@ -28,14 +29,19 @@ struct Locks
 
 }  // namespace
 
-ZVK_CameraState &g_camera = *new ZVK_CameraState;
-
-// Never destroyed, as the record: the loops wait on it while the process ends.
-static Locks &TheLocks()
+// The record and the locks are never destroyed: the loops use them while the process ends. Both
+// have their room from the load on, so that no call can fail for them.
+template <class Record>
+static Record &NeverDestroyed()
 {
-    static Locks &locks = *new Locks;
-    return locks;
+    alignas(Record) static unsigned char room[sizeof(Record)];
+    static Record &record = *::new (static_cast<void *>(room)) Record;
+    return record;
 }
+
+ZVK_CameraState &g_camera = NeverDestroyed<ZVK_CameraState>();
+
+static Locks &TheLocks() { return NeverDestroyed<Locks>(); }
 
 std::recursive_mutex &CameraTurn() { return TheLocks().turn; }
 
