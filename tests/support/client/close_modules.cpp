@@ -9,6 +9,7 @@ void CloseModules()
     (void)ZVK_Camera_Shutdown(0);
     (void)ZVK_BeamPower_Shutdown(0);
     (void)ZVK_BeamExpander_Shutdown(0);
+    (void)ZVK_BeamExpander_Shutdown(0);
     (void)ZVK_Trap_Shutdown(0);
     (void)ZVK_CoordinateSystems_Shutdown(0);
     (void)ZVK_Detector_Shutdown(0);
