@@ -25,6 +25,7 @@
 //
 // Whoever changes a field that a loop waits for calls CameraChanged() (after the change).
 
+#include "platform/memory.h"
 #include "quorvex/errors.h"
 #include "quorvex/types.h"
 
@@ -53,6 +54,20 @@ struct ZVK_CameraPoint
 {
     int32_t x = 0;
     int32_t y = 0;
+};
+
+struct ZVK_FreePixels
+{
+    void operator()(uint8_t *pixels) const { Memory().release(pixels); }
+};
+
+// An image whose pixels come from the general heap, so that their lack has a status: rows begin at
+// multiples of four bytes. OpenCV takes it as any cv::Mat; Drop ends both.
+struct ZVK_CameraImage : cv::Mat
+{
+    void Drop();
+
+    std::unique_ptr<uint8_t, ZVK_FreePixels> pixels;
 };
 
 // One camera a process. Flags of one byte are 0 or 1.
@@ -153,21 +168,21 @@ struct ZVK_CameraState
     uint8_t snapRequested = 0;
 
     // -- images: 8 bit, 3 channels where nothing else is said; empty when there is none --
-    cv::Mat acquiredImage;  // acquired size. Lock CameraFrame
-    cv::Mat workImage;      // acquired size; handed over
+    ZVK_CameraImage acquiredImage;  // acquired size. Lock CameraFrame
+    ZVK_CameraImage workImage;      // acquired size; handed over
     // All below: lock CameraPicture.
-    cv::Mat adjustedImage;         // acquired size
-    cv::Mat backgroundImage;       // acquired size
-    cv::Mat blendImage;            // acquired size, scratch
-    cv::Mat contrastScratchImage;  // acquired size
-    cv::Mat rawImage;              // acquired size, one channel: the frame in grey
-    cv::Mat planeImage[3];         // acquired size, one channel
-    cv::Mat scaledImage;           // display size
-    cv::Mat flipImage;             // display size transposed; empty until a flip needs it
-    cv::Mat displayImage;          // display size
-    cv::Mat userOverlayImage;      // display size
-    cv::Mat histogramImage;        // 256 by 100
-    cv::Mat histograms[4];         // 256 floats: grey, then the planes
+    ZVK_CameraImage adjustedImage;         // acquired size
+    ZVK_CameraImage backgroundImage;       // acquired size
+    ZVK_CameraImage blendImage;            // acquired size, scratch
+    ZVK_CameraImage contrastScratchImage;  // acquired size
+    ZVK_CameraImage rawImage;              // acquired size, one channel: the frame in grey
+    ZVK_CameraImage planeImage[3];         // acquired size, one channel
+    ZVK_CameraImage scaledImage;           // display size
+    cv::Mat flipImage;                     // display size transposed; empty until a flip needs it
+    ZVK_CameraImage displayImage;          // display size
+    ZVK_CameraImage userOverlayImage;      // display size
+    ZVK_CameraImage histogramImage;        // 256 by 100
+    cv::Mat histograms[4];                 // 256 floats: grey, then the planes
     // What clients' handles point to; in the record, so that a handle never dangles. While there is
     // no picture their imageData is null. Lock CameraPicture.
     IplImage displayHeader = {};

@@ -2,10 +2,11 @@
 
 #include "imaging/camera.h"
 #include "platform/clock.h"
+#include "platform/memory.h"
 #include "quorvex/camera.h"
 
 #include <climits>
-#include <new>
+#include <exception>
 
 constexpr double kExchangeS = 0.2;  // frames are dropped for that long
 constexpr int kHistogramWidth = 256;
@@ -17,37 +18,40 @@ void PointHeaderAt(IplImage &header, const cv::Mat &picture)
     header = picture.empty() ? IplImage{} : cvIplImage(picture);
 }
 
-// Gives an image its size. One that has it keeps its pixels; a new one is black; a size without
-// pixels leaves none. An image of more bytes than a header can tell finds no room.
-static void Fit(cv::Mat &image, const cv::Size &size, int type = CV_8UC3)
+void ZVK_CameraImage::Drop()
 {
-    if (size.width <= 0 || size.height <= 0) {
-        image.release();
-        return;
-    }
-    if (int64_t{3} * size.width * size.height > INT_MAX) throw std::bad_alloc();
-    if (image.size() == size && image.type() == type) return;
-    image.release();  // first: never room for two
-    image = cv::Mat::zeros(size, type);
+    static_cast<cv::Mat &>(*this) = cv::Mat();
+    pixels.reset();
+}
+
+// Gives an image its size. One that has it keeps its pixels; a new one is black; a size without
+// pixels leaves none. False when there is no room, as for more bytes than a header can tell.
+static bool Fit(ZVK_CameraImage &image, const cv::Size &size, int type)
+{
+    if (image.size() == size && image.type() == type) return true;
+    image.Drop();  // first: never room for two
+    if (size.width <= 0 || size.height <= 0) return true;
+    const int64_t row = (int64_t{size.width} * CV_MAT_CN(type) + 3) / 4 * 4;
+    if (row > INT_MAX / size.height) return false;
+    auto *pixels = AllocateArray<uint8_t>(row * size.height);
+    if (pixels == nullptr) return false;
+    image.pixels.reset(pixels);
+    static_cast<cv::Mat &>(image) = cv::Mat(size, type, pixels, static_cast<size_t>(row));
+    return true;
 }
 
 // Locks CameraPicture and CameraFrame.
 static void Release()
 {
-    g_camera.userOverlayImage.release();
-    g_camera.backgroundImage.release();
-    g_camera.adjustedImage.release();
-    g_camera.rawImage.release();
-    g_camera.contrastScratchImage.release();
-    g_camera.acquiredImage.release();
-    g_camera.workImage.release();
-    for (cv::Mat &plane : g_camera.planeImage)
-        plane.release();
-    g_camera.scaledImage.release();
+    ZVK_CameraImage *const images[] = {
+        &g_camera.userOverlayImage, &g_camera.backgroundImage,      &g_camera.adjustedImage,
+        &g_camera.rawImage,         &g_camera.contrastScratchImage, &g_camera.acquiredImage,
+        &g_camera.workImage,        &g_camera.planeImage[0],        &g_camera.planeImage[1],
+        &g_camera.planeImage[2],    &g_camera.scaledImage,          &g_camera.blendImage,
+        &g_camera.displayImage,     &g_camera.histogramImage};
+    for (ZVK_CameraImage *image : images)
+        image->Drop();
     g_camera.flipImage.release();
-    g_camera.blendImage.release();
-    g_camera.displayImage.release();
-    g_camera.histogramImage.release();
 }
 
 static void PointHandles()
@@ -56,37 +60,48 @@ static void PointHandles()
     PointHeaderAt(g_camera.userOverlayHeader, g_camera.userOverlayImage);
 }
 
-static void Build(const cv::Size &frame, const cv::Size &display)
+static bool Build(const cv::Size &frame, const cv::Size &display)
 {
-    Fit(g_camera.acquiredImage, frame);
-    Fit(g_camera.workImage, frame);
-    Fit(g_camera.adjustedImage, frame);
-    Fit(g_camera.backgroundImage, frame);
-    Fit(g_camera.blendImage, frame);
-    Fit(g_camera.contrastScratchImage, frame);
-    Fit(g_camera.rawImage, frame, CV_8UC1);
-    for (cv::Mat &plane : g_camera.planeImage)
-        Fit(plane, frame, CV_8UC1);
-    Fit(g_camera.scaledImage, display);
-    Fit(g_camera.displayImage, display);
-    Fit(g_camera.userOverlayImage, display);
-    Fit(g_camera.histogramImage, {kHistogramWidth, kHistogramHeight});
+    struct Row
+    {
+        ZVK_CameraImage &image;
+        cv::Size size;
+        int type;
+    };
+    const Row rows[] = {
+        {g_camera.acquiredImage, frame, CV_8UC3},
+        {g_camera.workImage, frame, CV_8UC3},
+        {g_camera.adjustedImage, frame, CV_8UC3},
+        {g_camera.backgroundImage, frame, CV_8UC3},
+        {g_camera.blendImage, frame, CV_8UC3},
+        {g_camera.contrastScratchImage, frame, CV_8UC3},
+        {g_camera.rawImage, frame, CV_8UC1},
+        {g_camera.planeImage[0], frame, CV_8UC1},
+        {g_camera.planeImage[1], frame, CV_8UC1},
+        {g_camera.planeImage[2], frame, CV_8UC1},
+        {g_camera.scaledImage, display, CV_8UC3},
+        {g_camera.displayImage, display, CV_8UC3},
+        {g_camera.userOverlayImage, display, CV_8UC3},
+        {g_camera.histogramImage, {kHistogramWidth, kHistogramHeight}, CV_8UC3},
+    };
     g_camera.flipImage.release();
+    for (const Row &row : rows)
+        if (!Fit(row.image, row.size, row.type)) return false;
     g_camera.acquiredImage.setTo(cv::Scalar::all(0));
+    return true;
 }
 
 static int32_t Exchange(const cv::Size &frame, const cv::Size &display)
 {
     const std::scoped_lock images(CameraPicture(), CameraFrame());
-    int32_t status = ZVK_SUCCESS;
+    bool built = false;
     try {
-        Build(frame, display);
-    } catch (const std::exception &) {  // cv::Exception or std::bad_alloc: there is no room
-        Release();
-        status = ZVK_CAMERA_NO_MEMORY;
+        built = Build(frame, display);
+    } catch (const std::exception &) {  // cv::Exception or std::bad_alloc
     }
+    if (!built) Release();
     PointHandles();
-    return status;
+    return built ? ZVK_SUCCESS : ZVK_CAMERA_NO_MEMORY;
 }
 
 int32_t RebuildImages()

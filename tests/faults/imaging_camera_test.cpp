@@ -94,19 +94,29 @@ TEST_F(CameraFaults, InitMeetsEachAllocationThatFails)
     EXPECT_GT(allocations, 10);
 }
 
-TEST_F(CameraFaults, ARegionMeetsEachAllocationThatFails)
+TEST_F(CameraFaults, ARegionMeetsEachImageThatFindsNoRoom)
 {
     BringUp();
-    int32_t status = 0;
-    const int allocations =
-        FailEachAllocation([&] { status = ZVK_Camera_SetROI(0, 1, 0, nullptr, nullptr); },
-                           [&](bool failed) {
-                               EXPECT_EQ(status, failed ? ZVK_CAMERA_NO_MEMORY : ZVK_SUCCESS);
-                               EXPECT_EQ(g_camera.acquiredImage.empty(), failed);
-                               EXPECT_EQ(g_camera.displayHeader.imageData == nullptr, failed);
-                               EXPECT_EQ(Get(&ZVK_CameraState::buffersRebuilding), 0);
-                                              });
-    EXPECT_GT(allocations, 5);
+    for (int nth = 1;; ++nth) {
+        ZVK_Camera_ReleaseFrameBuffers(0);
+        FailingMemory memory;
+        memory.FailAt(nth);
+        const int32_t status = ZVK_Camera_SetROI(0, 1, 0, nullptr, nullptr);
+        const bool failed = memory.Failed();
+        memory.FailAt(0);
+        EXPECT_EQ(status, failed ? ZVK_CAMERA_NO_MEMORY : ZVK_SUCCESS);
+        EXPECT_EQ(g_camera.acquiredImage.empty(), failed);
+        EXPECT_EQ(g_camera.displayHeader.imageData == nullptr, failed);
+        EXPECT_EQ(Get(&ZVK_CameraState::buffersRebuilding), 0);
+        if (failed) {
+            EXPECT_EQ(memory.Live(), 0) << "no image is left half made";
+            continue;
+        }
+        EXPECT_GT(nth, 14) << "each image of the set";
+        g_camera = {};  // while the blocks are counted
+        EXPECT_EQ(memory.Live(), 0);
+        break;
+    }
     ExpectThatItWorks();
 }
 
@@ -139,6 +149,7 @@ TEST_F(CameraFaults, InitMeetsEachBlockOfTheHeapThatFails)
         EXPECT_LE(status, 0);
         ExpectThatItWorks();
         (void)ZVK_Camera_Shutdown(0);
+        g_camera = {};
         EXPECT_EQ(memory.Live(), 0) << nth;
         if (!failed) break;
     }
