@@ -5,17 +5,18 @@ include(CMakePackageConfigHelpers)
 
 install(DIRECTORY include/quorvex DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 install(DIRECTORY virtual/daq/include/ virtual/serial/include/ virtual/laser/include/ virtual/motor/include/
+    virtual/stage/include/
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 install(DIRECTORY samples DESTINATION ${CMAKE_INSTALL_DATADIR}/quorvex COMPONENT runtime
     USE_SOURCE_PERMISSIONS)  # the virtual instrument's dkl.exe is a program
 
 install(TARGETS quorvex quorvex-messages quorvex-virtual-daq quorvex-virtual-serial quorvex-virtual-laser
-    quorvex-virtual-motor
+    quorvex-virtual-motor quorvex-virtual-stage
     quorvex_headers
     EXPORT quorvexTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
-install(TARGETS quorvex-virtual-laser-program quorvex-virtual-motors quorvex-virtual-detector
+install(TARGETS quorvex-virtual-laser-program quorvex-virtual-motors quorvex-virtual-stage-program quorvex-virtual-detector
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 set_target_properties(quorvex_headers PROPERTIES EXPORT_NAME headers)
 install(EXPORT quorvexTargets NAMESPACE quorvex::

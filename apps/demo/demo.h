@@ -53,6 +53,9 @@ bool DrawPicture(const SessionResult &session, const std::string &file);
 // Works the laser of a session that is up: power, interlock, a shutter. False when a call failed.
 bool WorkLaser();
 
+// Works the stage: two moves, an oscillation, the centre. False when a call failed.
+bool WorkStage();
+
 // -- what the person sees (report.cpp) --
 
 void PrintTitle(const std::string &title);

@@ -3,8 +3,11 @@
 
 #include "demo.h"
 
+#include "quorvex/quorvex.h"
+
 #include "quorvex-virtual/daq.h"
 #include "quorvex-virtual/laser.h"
+#include "quorvex-virtual/stage.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -53,13 +56,20 @@ static bool CopyInstrument(const fs::path &from, const fs::path &to)
     return true;
 }
 
-static SessionResult WorkIn(const Options &options, const char *kind, const std::string &title)
+static SessionResult WorkIn(const Options &options, const char *kind, const std::string &title,
+                            int32_t stagePort)
 {
     SessionResult failed;
     failed.failed = true;
     const fs::path folder = options.out / kind;
     if (!CopyInstrument(options.samples / kind, folder)) return failed;
     setenv("ZVK_COMMON_APPDATA", folder.c_str(), 1);
+    if (stagePort != 0 &&
+        ZVK_ConFile_Write(0, "config.ini", "STAGE", "PORTNUM", &stagePort, ZVK_CONFILE_LONG) < 0)
+    {
+        std::fputs("The stage's port could not be put into config.ini.\n", stderr);
+        return failed;
+    }
     return WorkSession(title, (folder / "ZVK640").string());
 }
 
@@ -68,13 +78,17 @@ static SessionResult WorkOnVirtualInstrument(const Options &options)
 {
     constexpr uint32_t kInterlockLine = 16;
     constexpr int kPort = 7;
+    const VirtualStage stage;
     VirtualLaser laser;
     laser.SetInterlockSource([] { return (ZVC_GetLines("GALVODAQ/port0") & kInterlockLine) != 0; });
     setenv("ZVK_SERIAL_PORTS", laser.Offer(kPort).c_str(), 1);
     SessionResult result =
-        WorkIn(options, "virtual", "Session 2 of 2: the hardware path, on the virtual instrument");
+        WorkIn(options, "virtual", "Session 2 of 2: the hardware path, on the virtual instrument",
+               stage.Port());
     PrintTitle("What the virtual laser was told");
     std::fputs(VirtualLaserReport(laser.Events()).c_str(), stdout);
+    PrintTitle("What the virtual stage was told");
+    std::fputs(VirtualStageReport(stage.Lines()).c_str(), stdout);
     unsetenv("ZVK_SERIAL_PORTS");
     return result;
 }
@@ -95,7 +109,7 @@ static int Run(int argc, char **argv)
     std::puts("Quorvex drives the ZVK640 optical trapping instrument. This demo works one session\n"
               "twice, with no instrument on the desk.");
     const SessionResult simulated =
-        WorkIn(options, "simulated", "Session 1 of 2: simulated mirrors");
+        WorkIn(options, "simulated", "Session 1 of 2: simulated mirrors", 0);
     const SessionResult card = WorkOnVirtualInstrument(options);
 
     const fs::path picture = options.out / "demo.png";

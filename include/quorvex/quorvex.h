@@ -13,6 +13,7 @@
 #include "quorvex/galvo.h"
 #include "quorvex/laser.h"
 #include "quorvex/session.h"
+#include "quorvex/stage.h"
 #include "quorvex/trap.h"
 #include "quorvex/types.h"
 

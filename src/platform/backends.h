@@ -9,12 +9,14 @@
 #include "platform/ports.h"
 #include "platform/processes.h"
 #include "platform/serial.h"
+#include "platform/tcp.h"
 
 #include <atomic>
 
 const ZVK_FileTable &SystemFiles();
 const ZVK_ClockTable &SystemClock();
 const ZVK_SerialTable &SystemSerial();
+const ZVK_TcpTable &SystemTcp();
 const ZVK_ProcessTable &SystemProcesses();
 
 // The ports found on this machine, without those that a user has pinned. May throw std::bad_alloc.

@@ -6,6 +6,7 @@
 
 #include <quorvex-virtual/daq.h>
 #include <quorvex-virtual/laser.h>
+#include <quorvex-virtual/stage.h>
 #include <quorvex/quorvex.h>
 
 #include <gtest/gtest.h>
@@ -26,7 +27,6 @@ static std::string Sample(const std::string &name)
 }
 
 static std::string Simulated() { return Sample("simulated/ZVK640/config.ini"); }
-static std::string Virtual() { return Sample("virtual/ZVK640/config.ini"); }
 
 // The text without its nth line of that key.
 static std::string Without(std::string text, const std::string &key, int nth = 1)
@@ -60,6 +60,14 @@ protected:
     }
 
     void Write(const std::string &config) const { folder.Files().Write("config.ini", config); }
+    // The virtual instrument's settings, with the port that this test's stage has.
+    std::string Virtual() const
+    {
+        std::string text = Sample("virtual/ZVK640/config.ini");
+        const std::string key = "\nPORTNUM = ";
+        const size_t at = text.find(key) + key.size();
+        return text.replace(at, text.find('\n', at) - at, std::to_string(stage.Port()));
+    }
     std::string Log() const { return folder.Files().Read("log.ini"); }
 
     static int32_t GalvoStatus(int32_t path)
@@ -122,6 +130,7 @@ protected:
     }
 
     InstrumentFolder folder;
+    VirtualStage stage;
     VirtualLaser laser;
     ScopedVariable offered{"ZVK_SERIAL_PORTS", laser.Offer(7).c_str()};
     // The detectors' helper program hears nobody's orders but this test's.

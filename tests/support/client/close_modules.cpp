@@ -10,6 +10,7 @@ void CloseModules()
     (void)ZVK_BeamPower_Shutdown(0);
     (void)ZVK_BeamExpander_Shutdown(0);
     (void)ZVK_BeamExpander_Shutdown(0);
+    (void)ZVK_Stage_Shutdown(0);
     (void)ZVK_Trap_Shutdown(0);
     (void)ZVK_CoordinateSystems_Shutdown(0);
     (void)ZVK_Detector_Shutdown(0);

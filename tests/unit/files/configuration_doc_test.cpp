@@ -7,6 +7,7 @@
 #include "instruments/beampower_keys.h"
 #include "instruments/detector_keys.h"
 #include "instruments/laser_keys.h"
+#include "instruments/stage_keys.h"
 #include "quorvex/quorvex.h"
 #include "steering/coordinates_keys.h"
 #include "steering/galvo_keys.h"
@@ -36,6 +37,12 @@ static const ZVK_KeyTable *const kTables[] = {
     &kBeamPowerKeys,
     &kBeamPowerDaqKeys,
     &kExpanderKeys,
+    &kStageModeKeys,
+    &kStageBackendKeys,
+    &kStageOutputKeys,
+    &kStageTriggerKeys,
+    &kStageControllerKeys,
+    &kStageCardKeys,
     &kDetectorKeys,
     &kCameraKeys,
     &kExposureKeys,
