@@ -103,6 +103,8 @@ TEST_F(BeamExpanderInit, ASimulatedPathComesUpAtItsLastPositionWhateverTheBacken
     EXPECT_EQ(g_beamExpander[0].initialized, 1);
     EXPECT_EQ(Position(0), 42);
     EXPECT_EQ(g_beamExpander[0].maxSpeed, 0);
+    EXPECT_EQ(ZVK_BeamExpander_SetDefaultValues(0), 0);
+    EXPECT_EQ(g_beamExpander[0].speed, 0) << "there is no board to set up";
     EXPECT_TRUE(ports.Calls().empty());
 }
 

@@ -77,6 +77,16 @@ TEST_F(BeamExpanderMotion, NoProductOfLargeNumbersGetsRound)
     EXPECT_EQ(Position(0), 100);
 }
 
+TEST_F(BeamExpanderMotion, MoreStepsThanAMoveCanTellAreOutOfRangeAlsoInsideTheLimits)
+{
+    BringUpBoth({.initPos = kLowest + 1, .cwLimit = kHighest, .ccwLimit = kLowest},
+                {.initPos = kLowest + 1, .cwLimit = kHighest, .ccwLimit = kLowest});
+    EXPECT_EQ(ZVK_BeamExpander_MoveRelative(0, 0, 2, kHighest - 1), ZVK_BEAMEXPANDER_OUT_OF_RANGE);
+    EXPECT_EQ(ZVK_BeamExpander_MoveRelativeSync(0, 2, kHighest - 1), ZVK_BEAMEXPANDER_OUT_OF_RANGE);
+    EXPECT_TRUE(ports.Calls().empty());
+    EXPECT_EQ(Position(0), kLowest + 1);
+}
+
 TEST_F(BeamExpanderMotion, ATargetFartherOffThanAMoveCanTellIsOutOfRange)
 {
     BringUp(0, {.initPos = kLowest, .cwLimit = kHighest, .ccwLimit = kLowest});
@@ -141,6 +151,18 @@ TEST_F(BeamExpanderMotion, AnotherBackendMovesNothing)
     EXPECT_EQ(reached, 7);
     EXPECT_TRUE(ports.Calls().empty());
     EXPECT_EQ(Position(0), 100);
+}
+
+TEST_F(BeamExpanderMotion, AnotherBackendOfPathAKeepsBothMotorsStillAndTheStartPositionAway)
+{
+    BringUpBoth({}, {.initPos = 400});
+    g_beamExpander[0].backend = 2;
+    EXPECT_EQ(ZVK_BeamExpander_MoveRelativeSync(0, 1, 30), 0);
+    g_beamExpander[0].position = 130;
+    EXPECT_EQ(m_BeamExpander_GotoInitPos(0), 0);
+    EXPECT_TRUE(ports.Calls().empty());
+    EXPECT_EQ(Position(0), 130);
+    EXPECT_EQ(Position(1), 400);
 }
 
 TEST_F(BeamExpanderMotion, BothMotorsStartBeforeEitherAnswerIsRead)
