@@ -56,6 +56,10 @@ bool WorkLaser();
 // Works the stage: two moves, an oscillation, the centre. False when a call failed.
 bool WorkStage();
 
+// Works the beam expanders of a session that is up: both paths at once, then path A back. False
+// when a call failed.
+bool WorkBeamExpanders();
+
 // -- what the person sees (report.cpp) --
 
 void PrintTitle(const std::string &title);

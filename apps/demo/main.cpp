@@ -1,5 +1,5 @@
-// quorvex-demo: works a real session twice, simulated and against the virtual DAQ card and the
-// virtual laser, and draws what the mirrors and the traps did.
+// quorvex-demo: works a real session twice, simulated and against the virtual DAQ card, laser and
+// motor boards, and draws what the mirrors and the traps did.
 
 #include "demo.h"
 
@@ -7,6 +7,7 @@
 
 #include "quorvex-virtual/daq.h"
 #include "quorvex-virtual/laser.h"
+#include "quorvex-virtual/motor.h"
 #include "quorvex-virtual/stage.h"
 
 #include <cstdio>
@@ -73,15 +74,21 @@ static SessionResult WorkIn(const Options &options, const char *kind, const std:
     return WorkSession(title, (folder / "ZVK640").string());
 }
 
-// The hardware path, with the laser's interlock at the card's line and its log behind the session.
+// The hardware path, with the laser's interlock at the card's line and what each device was told
+// behind the session.
 static SessionResult WorkOnVirtualInstrument(const Options &options)
 {
     constexpr uint32_t kInterlockLine = 16;
     constexpr int kPort = 7;
     const VirtualStage stage;
     VirtualLaser laser;
+    // As config.ini has them: at INITPOS, with the stop at zero.
+    VirtualMotor motorA({.owner = 1, .position = 20000, .stopAt = 0});
+    VirtualMotor motorB({.owner = 2, .position = 18000, .stopAt = 0});
     laser.SetInterlockSource([] { return (ZVC_GetLines("GALVODAQ/port0") & kInterlockLine) != 0; });
-    setenv("ZVK_SERIAL_PORTS", laser.Offer(kPort).c_str(), 1);
+    const std::string ports =
+        laser.Offer(kPort) + ";" + motorA.Offer(kPort + 1) + ";" + motorB.Offer(kPort + 2);
+    setenv("ZVK_SERIAL_PORTS", ports.c_str(), 1);
     SessionResult result =
         WorkIn(options, "virtual", "Session 2 of 2: the hardware path, on the virtual instrument",
                stage.Port());
@@ -89,6 +96,10 @@ static SessionResult WorkOnVirtualInstrument(const Options &options)
     std::fputs(VirtualLaserReport(laser.Events()).c_str(), stdout);
     PrintTitle("What the virtual stage was told");
     std::fputs(VirtualStageReport(stage.Lines()).c_str(), stdout);
+    PrintTitle("What the motor board of path A was told");
+    std::fputs(VirtualMotorReport(motorA.Events()).c_str(), stdout);
+    PrintTitle("What the motor board of path B was told");
+    std::fputs(VirtualMotorReport(motorB.Events()).c_str(), stdout);
     unsetenv("ZVK_SERIAL_PORTS");
     return result;
 }

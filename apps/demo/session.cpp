@@ -392,6 +392,7 @@ SessionResult WorkSession(const std::string &title, const std::string &folder)
         return work.result;
 
     if (!WorkLaser() || !WorkStage()) work.result.failed = true;
+    if (!WorkBeamExpanders()) work.result.failed = true;
     const double speed = 10.0;  // V/s
     HoldTraps(work, speed);
     TraceLimits(work);

@@ -1,11 +1,12 @@
 // A whole session through the exported calls alone, on the ready instrument folders' settings and
-// against the virtual card and the virtual laser.
+// against the virtual card, the virtual laser and the virtual motor boards.
 
 #include "close_modules.h"
 #include "instrument_folder.h"
 
 #include <quorvex-virtual/daq.h>
 #include <quorvex-virtual/laser.h>
+#include <quorvex-virtual/motor.h>
 #include <quorvex-virtual/stage.h>
 #include <quorvex/quorvex.h>
 
@@ -131,8 +132,15 @@ protected:
 
     InstrumentFolder folder;
     VirtualStage stage;
+    std::string Ports() const
+    {
+        return laser.Offer(7) + ";" + motorA.Offer(8) + ";" + motorB.Offer(9);
+    }
+
     VirtualLaser laser;
-    ScopedVariable offered{"ZVK_SERIAL_PORTS", laser.Offer(7).c_str()};
+    VirtualMotor motorA{{.owner = 1, .position = 20000, .stopAt = 0}};
+    VirtualMotor motorB{{.owner = 2, .position = 18000, .stopAt = 0}};
+    ScopedVariable offered{"ZVK_SERIAL_PORTS", Ports().c_str()};
     // The detectors' helper program hears nobody's orders but this test's.
     ScopedVariable meeting{"XDG_RUNTIME_DIR", folder.Files().Path().c_str()};
     ScopedVariable helper{"ZVK_VIRTUAL_DETECTOR", (std::string(std::getenv("ZVK_TEST_BINARY_DIR")) +
@@ -253,6 +261,45 @@ TEST_F(Session, TheLaserComesUpFirstAndGoesDownFirst)
     EXPECT_TRUE(std::string(line).starts_with("DAQmxReadDigitalScalarU32(t1")) << line;
 }
 
+// Whether a beam expander is up, and how.
+static int32_t ExpanderStatus(int32_t path)
+{
+    int32_t status = -9;
+    EXPECT_EQ(ZVK_BeamExpander_GetInitStatus(0, path, &status), 0);
+    return status;
+}
+
+TEST_F(Session, TheBeamExpandersComeUpOnTheirBoardsAfterBeamPowerAndBeforeTheTraps)
+{
+    Write(Virtual());
+    motorB.SetOwner(3);
+    EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_BEAMEXPANDER_BAD_EEPROM_VALUE);
+    double power = -1.0;
+    EXPECT_EQ(ZVK_BeamPower_GetPower(0, 1, &power), 0) << "it is up";
+    EXPECT_EQ(ExpanderStatus(0), 1);
+    EXPECT_EQ(ExpanderStatus(1), 0);
+    EXPECT_EQ(Traps(0), Names{});
+    motorB.SetOwner(2);
+    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ExpectAllUp();
+    EXPECT_EQ(ExpanderStatus(1), 1);
+    EXPECT_EQ(ZVK_BeamExpander_SetPosition(0, 1, 18500), 0);
+    EXPECT_EQ(motorB.State().target, 18500);
+    ASSERT_EQ(ZVK_close(1), 0);
+    EXPECT_EQ(ExpanderStatus(0), 0);
+    EXPECT_EQ(ExpanderStatus(1), 0);
+}
+
+TEST_F(Session, ABeamExpanderWithoutABoardDoesNotEndInit)
+{
+    Write(Virtual());
+    const ScopedVariable alone("ZVK_SERIAL_PORTS", laser.Offer(7).c_str());
+    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ExpectAllUp();
+    EXPECT_EQ(ExpanderStatus(0), 0);
+    EXPECT_EQ(Captured(), std::vector<int32_t>{}) << "its warning is dropped";
+}
+
 TEST_F(Session, ALaserThatIsNotFoundEndsInitAndOneThatDoesNotExistDoesNot)
 {
     const std::string text = Virtual();
@@ -270,7 +317,7 @@ TEST_F(Session, ALaserThatIsNotFoundEndsInitAndOneThatDoesNotExistDoesNot)
     // The shutters' task stays with a laser that isn't up; the next start takes it over.
     Write(text);
     ASSERT_TRUE(laser.Port().Plug());
-    const ScopedVariable again("ZVK_SERIAL_PORTS", laser.Offer(7).c_str());
+    const ScopedVariable again("ZVK_SERIAL_PORTS", Ports().c_str());
     EXPECT_EQ(ZVK_init("", 0, 0, 1), 0);
     EXPECT_EQ(ZVK_close(1), 0);
     EXPECT_EQ(ZVC_CountTasks(), 0);

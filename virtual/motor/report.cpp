@@ -60,7 +60,7 @@ static std::string InWords(const VirtualMotorEvent &event)
 
 std::string VirtualMotorReport(const std::vector<VirtualMotorEvent> &events)
 {
-    constexpr size_t kCommandWidth = 28;
+    constexpr size_t kCommandWidth = 32;
     std::string text;
     for (const VirtualMotorEvent &event : events) {
         std::string command = InWords(event);

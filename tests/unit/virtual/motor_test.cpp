@@ -124,8 +124,8 @@ TEST_F(VirtualMotorTest, TellsItsCommandsInWords)
     time = 100.5;
     (void)Ask(99, 0, 0, 0);
     EXPECT_EQ(VirtualMotorReport(motor.Events()),
-              "   0.000 s  move by 100                  at 500\n"
-              "   0.500 s  command 99                   at 600, refused with 2\n");
+              "   0.000 s  move by 100                      at 500\n"
+              "   0.500 s  command 99                       at 600, refused with 2\n");
     EXPECT_EQ(motor.TakeEvents().size(), 2U);
     EXPECT_TRUE(motor.Events().empty());
 }
