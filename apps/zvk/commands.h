@@ -1,0 +1,14 @@
+#ifndef QUORVEX_ZVK_COMMANDS_H
+#define QUORVEX_ZVK_COMMANDS_H
+
+// What the zvk tool can do: one function a command. It gets what follows the command's name and
+// gives the exit code of the program: 0 done, 1 failed, 2 called wrongly.
+
+#include <string>
+#include <vector>
+
+using Arguments = std::vector<std::string>;
+
+int LiveCommand(const Arguments &arguments);  // live.cpp
+
+#endif

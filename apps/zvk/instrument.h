@@ -1,0 +1,23 @@
+#ifndef QUORVEX_ZVK_INSTRUMENT_H
+#define QUORVEX_ZVK_INSTRUMENT_H
+
+// The instrument folder of a command: the user's own, or a copy of the simulated sample, since a
+// session writes its log there. The copy goes with the object.
+
+#include <filesystem>
+
+class Instrument
+{
+public:
+    Instrument();  // throws std::runtime_error when there is neither
+    ~Instrument();
+    Instrument(const Instrument &) = delete;
+    Instrument &operator=(const Instrument &) = delete;
+
+    bool IsSample() const { return !m_copy.empty(); }
+
+private:
+    std::filesystem::path m_copy;  // empty: the user's own folder is used
+};
+
+#endif
