@@ -273,22 +273,9 @@ TEST_F(WindowsOnScreen, CarryTheirStylesAsAdviceToTheWindowManager)
     EXPECT_EQ(Windows().raise(window), 0);
 }
 
-static void AskToClose(Window window)
-{
-    Display *const display = Desk().Connection();
-    XEvent message = {};
-    message.xclient.type = ClientMessage;
-    message.xclient.window = window;
-    message.xclient.message_type = XInternAtom(display, "WM_PROTOCOLS", False);
-    message.xclient.format = 32;
-    message.xclient.data.l[0] = static_cast<long>(XInternAtom(display, "WM_DELETE_WINDOW", False));
-    XSendEvent(display, window, False, NoEventMask, &message);
-    XSync(display, False);
-}
-
 TEST_F(WindowsOnScreen, StayClosedWhenTheirUserClosesThem)
 {
-    AskToClose(Desk().Find(kTitle));
+    Desk().AskToClose(Desk().Find(kTitle));
     ASSERT_TRUE(Soon([&] { return Desk().Find(kTitle) == 0; }));
 
     EXPECT_EQ(Show(Plain(kTeal)), 0);

@@ -130,6 +130,30 @@ Window VirtualScreen::Find(const std::string &title) const
     return FindIn(m_display, DefaultRootWindow(m_display), title);
 }
 
+Window VirtualScreen::ParentOf(Window window) const
+{
+    Window root = 0;
+    Window parent = 0;
+    Window *children = nullptr;
+    unsigned count = 0;
+    if (!XQueryTree(m_display, window, &root, &parent, &children, &count)) return 0;
+    if (children) XFree(children);
+    return parent;
+}
+
+void VirtualScreen::AskToClose(Window window) const
+{
+    XEvent message = {};
+    message.xclient.type = ClientMessage;
+    message.xclient.window = window;
+    message.xclient.message_type = XInternAtom(m_display, "WM_PROTOCOLS", False);
+    message.xclient.format = 32;
+    message.xclient.data.l[0] =
+        static_cast<long>(XInternAtom(m_display, "WM_DELETE_WINDOW", False));
+    XSendEvent(m_display, window, False, NoEventMask, &message);
+    XSync(m_display, False);
+}
+
 XWindowAttributes VirtualScreen::FactsOf(Window window) const
 {
     XWindowAttributes facts = {};

@@ -52,8 +52,11 @@ public:
 
     // The window of that title, however deep; 0: none.
     Window Find(const std::string &title) const;
+    Window ParentOf(Window window) const;
     XWindowAttributes FactsOf(Window window) const;
     std::vector<long> Numbers(Window window, const char *property) const;  // 32 bit ones
+
+    void AskToClose(Window window) const;  // as a window manager does for its user
 
     // Blue, green, red; empty when it is gone.
     cv::Mat Look(const std::string &name = "") const;
