@@ -10,6 +10,8 @@
 #include "quorvex/coordinates.h"
 #include "quorvex/detector.h"
 #include "quorvex/errors.h"
+#include "quorvex/force.h"
+#include "quorvex/forcecal.h"
 #include "quorvex/galvo.h"
 #include "quorvex/laser.h"
 #include "quorvex/session.h"

@@ -4,6 +4,7 @@
 // The laser's state and what its files share: laser.cpp brings it up, laser_power.cpp sets and
 // reads it, laser_shutters.cpp has the lines of the card, laser_serial.cpp the port.
 
+#include "platform/shared_field.h"
 #include "quorvex/errors.h"
 #include "quorvex/laser.h"
 
@@ -33,19 +34,6 @@ struct ZVK_LaserState
     int32_t daqSimulated = 1;            // 0 once the card is in use
 };
 extern ZVK_LaserState g_laser;
-
-// Set and read by several clients' threads at a time.
-template <class Value>
-Value LoadShared(Value &field)
-{
-    return std::atomic_ref(field).load();
-}
-
-template <class Value>
-void StoreShared(Value &field, Value value)
-{
-    std::atomic_ref(field).store(value);
-}
 
 inline bool LaserIsUp() { return g_laser.installed != 0 && g_laser.initialised != 0; }
 

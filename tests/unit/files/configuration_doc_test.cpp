@@ -2,6 +2,8 @@
 // which the modules read their keys.
 
 #include "files/key_table.h"
+#include "force/force_keys.h"
+#include "force/forcecal_keys.h"
 #include "imaging/camera_keys.h"
 #include "instruments/beamexpander_keys.h"
 #include "instruments/beampower_keys.h"
@@ -43,6 +45,11 @@ static const ZVK_KeyTable *const kTables[] = {
     &kStageTriggerKeys,
     &kStageControllerKeys,
     &kStageCardKeys,
+    &kForceModeKeys,
+    &kForceCardKeys,
+    &kForceCalModeKeys,
+    &kForceCalSettingKeys,
+    &kForceCalStartupKeys,
     &kDetectorKeys,
     &kCameraKeys,
     &kExposureKeys,

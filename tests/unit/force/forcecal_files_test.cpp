@@ -1,0 +1,337 @@
+// The data files: their bytes, the way back, and files that were cut off or spoilt.
+
+#include "forcecal_fixture.h"
+
+#include "failing_files.h"
+#include "failing_memory.h"
+#include "platform/memory.h"
+
+#include <algorithm>
+#include <clocale>
+#include <cmath>
+
+static const char kRule[] = "########################################################\n";
+
+class ForceCalFiles : public ForceCalTest
+{
+protected:
+    void SetUp() override
+    {
+        ForceCalTest::SetUp();
+        PretendUp();
+        g_forceCal.MaxFFT = 5000;
+        g_forceCal.Bins = 5;
+        g_forceCal.FitStartFrequency = 0.5;
+        g_forceCal.FitStopFrequency = 1000.0;
+        base = folder.Path("run_");
+    }
+
+    // A short series with a spectrum in one container.
+    static void PutRun(int path, int run, int32_t count = 32)
+    {
+        std::vector<double> x(count);
+        std::vector<double> y(count);
+        std::vector<double> sum(count);
+        for (int32_t k = 0; k < count; ++k) {
+            x[k] = std::sin(0.7 * k + path + run);
+            y[k] = -0.25 * x[k] + 1e-3 * k;
+            sum[k] = 5.0 + 0.01 * (k % 7);
+        }
+        ZVK_ForceCalDataContainer &data = g_forceCal.Data[path][run];
+        PutSeries(data, {x, y, sum}, 2, 8.0);
+        data.OscFrequency = run == 3 ? -1.0 : 2.0;
+        data.OscAmplitude = run == 3 ? 0.0 : 0.25;
+        ASSERT_EQ(ZVK_ForceCal_CorrectTD(&data), 0);
+        ASSERT_EQ(ZVK_ForceCal_ComputeFD(&data), 0);
+    }
+
+    int32_t Save() const { return ZVK_ForceCal_SaveData(0, base.c_str()); }
+    int32_t Load() const { return ZVK_ForceCal_LoadData(0, base.c_str()); }
+
+    // A fresh process, as far as this module goes.
+    static void Forget()
+    {
+        ResetForceCal();
+        PretendUp();
+        g_forceCal.MaxFFT = 5000;
+        g_forceCal.Bins = 5;
+        g_forceCal.FitStartFrequency = 0.5;
+        g_forceCal.FitStopFrequency = 1000.0;
+    }
+
+    std::string base;
+};
+
+TEST_F(ForceCalFiles, SixteenFilesCarryTheirNames)
+{
+    EXPECT_EQ(Save(), 0);
+    for (const char *path : {"A", "B"}) {
+        for (const char *run : {"x", "y", "z", "n"}) {
+            EXPECT_TRUE(folder.Holds(std::string("run_TD") + path + run + "dat"));
+            EXPECT_TRUE(folder.Holds(std::string("run_FD") + path + run + "dat"));
+        }
+    }
+    EXPECT_EQ(folder.CountFiles(), 16) << "and nothing beside them";
+}
+
+TEST_F(ForceCalFiles, ARunWithoutDataIsAHeaderOfZeros)
+{
+    ASSERT_EQ(Save(), 0);
+    EXPECT_EQ(folder.Read("run_TDAxdat"),
+              std::string(kRule) +
+                  "# Samplerate: 0.000000\n# Number of Samples: 0\n# Number of Averages: 0\n"
+                  "# Oscillation Frequency: 0.000000\n# Oscillation Amplitude: 0.000000\n" +
+                  kRule);
+    EXPECT_EQ(folder.Read("run_FDBndat"),
+              std::string(kRule) +
+                  "# Number of Frequencies: 0\n# Measurement Time [s]: 0.000000\n" + kRule);
+}
+
+TEST_F(ForceCalFiles, RowsHaveTheirFormatsAndTheSpectrumItsComma)
+{
+    ZVK_ForceCalDataContainer &data = g_forceCal.Data[0][0];
+    PutSeries(data, {{1.0, -0.5}, {2.0, 0.25}, {1e-300, 1e10}}, 1, 4.0);
+    data.OscFrequency = 32.0;
+    data.OscAmplitude = 0.125;
+    PutSpectrum(data, {3.0, 4.5}, 0.5);
+    ASSERT_EQ(Save(), 0);
+    EXPECT_EQ(folder.Read("run_TDAxdat"),
+              std::string(kRule) +
+                  "# Samplerate: 4.000000\n# Number of Samples: 2\n# Number of Averages: 1\n"
+                  "# Oscillation Frequency: 32.000000\n# Oscillation Amplitude: 0.125000\n" +
+                  kRule +
+                  "0.000000000000e+00 1.000000000000e+00 2.000000000000e+00 1.000000000000e-300\n"
+                  "2.500000000000e-01 -5.000000000000e-01 2.500000000000e-01 1.000000000000e+10\n");
+    EXPECT_EQ(folder.Read("run_FDAxdat"),
+              std::string(kRule) +
+                  "# Number of Frequencies: 2\n# Measurement Time [s]: 0.500000\n" + kRule +
+                  "0.000000000000e+00 3.000000000000e+00, 3.000000000000e+00 3.000000000000e+00\n"
+                  "2.000000000000e+00 4.500000000000e+00, 4.500000000000e+00 4.500000000000e+00\n");
+}
+
+TEST_F(ForceCalFiles, ComeBackAsTheyWereWrittenWithTheSpectrumComputedAnew)
+{
+    for (int path = 0; path < 2; ++path) {
+        for (int run = 0; run < 4; ++run)
+            PutRun(path, run);
+    }
+    ASSERT_EQ(Save(), 0);
+    const ZVK_ForceCalDataContainer &data = g_forceCal.Data[1][2];
+    const std::vector<double> series(data.TD[1], data.TD[1] + 32);
+    const std::vector<double> spectrum(data.FD[1], data.FD[1] + 8);
+    Forget();
+    ASSERT_EQ(Load(), 0);
+    EXPECT_EQ(data.NumberOfSamples, 32);
+    EXPECT_EQ(data.Averages, 2);
+    EXPECT_EQ(data.SampleRate, 8.0);
+    EXPECT_EQ(data.OscFrequency, 2.0);
+    EXPECT_EQ(data.OscAmplitude, 0.25);
+    EXPECT_EQ(data.OscAxis, 0) << "a load does not set it";
+    EXPECT_EQ(data.NumberOfFrequencies, 8);
+    EXPECT_EQ(data.TDValid, 1);
+    EXPECT_EQ(data.FDFitValid, 1);
+    for (int k = 0; k < 32; ++k)
+        EXPECT_NEAR(data.TD[1][k], series[k], 1e-12);
+    for (int k = 0; k < 8; ++k)
+        EXPECT_NEAR(data.FD[1][k], spectrum[k], 1e-12);
+    EXPECT_EQ(Load(), 0) << "and once more over itself";
+}
+
+TEST_F(ForceCalFiles, HistogramsComeBackOnlyIntoAContainerMarkedByARun)
+{
+    PutRun(0, 3);
+    ASSERT_EQ(Save(), 0);
+    Forget();
+    ASSERT_EQ(Load(), 0);
+    EXPECT_EQ(Still(0).PotValid, 0);
+    Still(0).OscAxis = 3;
+    ASSERT_EQ(Load(), 0);
+    EXPECT_EQ(Still(0).PotValid, 1);
+    EXPECT_NE(Still(0).Histogram2D[2], nullptr);
+    EXPECT_EQ(Still(0).PotFitCurve[0], nullptr) << "potentials wait for their update";
+}
+
+TEST_F(ForceCalFiles, ASavedNothingIsLoadedAsNothing)
+{
+    ASSERT_EQ(Save(), 0);
+    PutRun(0, 0);
+    g_forceCal.Data[0][1].FDValid = 1;
+    EXPECT_EQ(Load(), 0);
+    EXPECT_EQ(g_forceCal.Data[0][0].TDValid, 0);
+    EXPECT_EQ(g_forceCal.Data[0][0].FDValid, 0);
+    EXPECT_EQ(g_forceCal.Data[0][1].FDValid, 0);
+    ASSERT_EQ(Save(), 0) << "with the counts that the load left";
+}
+
+TEST_F(ForceCalFiles, AnotherLocaleChangesNothing)
+{
+    const char *name = std::setlocale(LC_ALL, "de_DE.UTF-8");
+    if (name == nullptr) name = std::setlocale(LC_ALL, "C.UTF-8");
+    ASSERT_NE(name, nullptr);
+    PutRun(0, 0);
+    ASSERT_EQ(Save(), 0);
+    EXPECT_NE(folder.Read("run_TDAxdat").find("# Samplerate: 8.000000\n"), std::string::npos);
+    Forget();
+    EXPECT_EQ(Load(), 0);
+    EXPECT_EQ(g_forceCal.Data[0][0].SampleRate, 8.0);
+    std::setlocale(LC_ALL, "C");
+}
+
+TEST_F(ForceCalFiles, TheSiblingKitHasThreeFilesOfItsOwn)
+{
+    ZVK_ForceCalDataContainer &data = Still(0);
+    PutSeries(data, {{1.0}, {2.0}, {3.0}}, 1, 4.0);
+    ASSERT_TRUE(RenewArrays({&data.LSData[0], &data.LSPosition[0]}, 2));
+    data.LSEntries[0] = 2;
+    data.LSPosition[0][1] = 0.5;
+    data.LSData[0][1] = 0.25;
+    EXPECT_EQ(ZVK_ForceCal_SaveDataRWQS(0, base.c_str()), 0);
+    EXPECT_EQ(folder.CountFiles(), 3);
+    EXPECT_EQ(folder.Read("run_TDdat"),
+              std::string(kRule) +
+                  "# Samplerate: 4.000000\n# Number of Samples: 1\n# Number of Averages: 1\n" +
+                  kRule +
+                  "0.000000000000e+00 1.000000000000e+00 2.000000000000e+00 3.000000000000e+00\n");
+    EXPECT_EQ(folder.Read("run_FDdat"),
+              std::string(kRule) +
+                  "# Number of Frequencies: 0\n# Measurement Time [s]: 0.000000\n" + kRule);
+    EXPECT_EQ(folder.Read("run_LSdat"),
+              std::string(kRule) + "# Number of Samples: 2\n# Number of Averages: 0\n" + kRule +
+                  "0.000000000000e+00 0.000000000000e+00 0.000000000000e+00 0.000000000000e+00\n"
+                  "5.000000000000e-01 2.500000000000e-01 0.000000000000e+00 0.000000000000e+00\n");
+}
+
+TEST_F(ForceCalFiles, AFileThatCantBeOpenedIsAStatusAndNothingIsRead)
+{
+    EXPECT_EQ(Load(), ZVK_FORCECAL_FILE_FAILED);
+    EXPECT_EQ(ZVK_ForceCal_LoadData(0, nullptr), ZVK_FORCECAL_FILE_FAILED);
+    EXPECT_EQ(ZVK_ForceCal_SaveData(0, nullptr), ZVK_FORCECAL_FILE_FAILED);
+    EXPECT_EQ(ZVK_ForceCal_SaveData(0, folder.Path("none/run_").c_str()), ZVK_FORCECAL_FILE_FAILED);
+    EXPECT_EQ(ZVK_ForceCal_SaveDataRWQS(0, folder.Path("none/run_").c_str()),
+              ZVK_FORCECAL_FILE_FAILED);
+    PutRun(0, 0);
+    ASSERT_EQ(Save(), 0);
+    Forget();
+    folder.Remove("run_FDBndat");
+    EXPECT_EQ(Load(), ZVK_FORCECAL_FILE_FAILED);
+    EXPECT_EQ(g_forceCal.Data[0][0].TDValid, 0);
+}
+
+TEST_F(ForceCalFiles, AnEmptyOrCutFileKeepsWhatItDoesNotHave)
+{
+    PutRun(0, 0);
+    ASSERT_EQ(Save(), 0);
+    const std::string whole = folder.Read("run_TDAxdat");
+    for (size_t length = 0; length <= whole.size(); length += 13) {
+        Forget();
+        folder.Write("run_TDAxdat", whole.substr(0, length));
+        const int32_t status = Load();
+        EXPECT_TRUE(status == 0 || status == ZVK_FORCECAL_NO_TIME_DATA) << length;
+        if (g_forceCal.Data[0][0].TDValid == 0) continue;
+        EXPECT_EQ(g_forceCal.Data[0][0].NumberOfSamples, 32) << "as the header has it";
+    }
+    EXPECT_EQ(g_forceCal.Data[0][0].TDValid, 1);
+}
+
+TEST_F(ForceCalFiles, ACountThatTheFileCannotHoldIsNotBelieved)
+{
+    PutRun(0, 0);
+    ASSERT_EQ(Save(), 0);
+    for (const char *count : {"2147483647", "99999999999", "-5"}) {
+        Forget();
+        std::string text = folder.Read("run_TDAxdat");
+        const size_t at = text.find("Samples: ") + 9;
+        text.replace(at, text.find('\n', at) - at, count);
+        folder.Write("run_TDAxdat", text);
+        EXPECT_EQ(Load(), ZVK_FORCECAL_NO_TIME_DATA) << count;
+    }
+}
+
+TEST_F(ForceCalFiles, ASpectrumLongerThanItsRoomIsCutAndComputedAnew)
+{
+    PutRun(0, 0);
+    ASSERT_EQ(Save(), 0);
+    Forget();
+    std::string text = folder.Read("run_FDAxdat");
+    const size_t at = text.find("Frequencies: ") + 13;
+    text.replace(at, text.find('\n', at) - at, "300");
+    folder.Write("run_FDAxdat", text);
+    g_forceCal.MaxFFT = 9;
+    EXPECT_EQ(Load(), 0);
+    EXPECT_EQ(g_forceCal.Data[0][0].NumberOfFrequencies, 8);
+    Forget();
+    g_forceCal.MaxFFT = 3;
+    EXPECT_EQ(Load(), ZVK_FORCECAL_SPECTRUM_TOO_LONG);
+    double *spectrum = nullptr;
+    double *axis = nullptr;
+    int32_t entries = 0;
+    ASSERT_EQ(ZVK_ForceCal_ReturnData(0, 0, 0, 4, 0, &entries, &spectrum, &axis, nullptr, nullptr,
+                                      nullptr),
+              0)
+        << "the file's own spectrum serves";
+    EXPECT_LE(entries, 4);
+}
+
+TEST_F(ForceCalFiles, NoAveragesEndTheLoad)
+{
+    PutRun(0, 0);
+    ASSERT_EQ(Save(), 0);
+    std::string text = folder.Read("run_TDAxdat");
+    text.replace(text.find("Averages: 2"), 11, "Averages: 0");
+    folder.Write("run_TDAxdat", text);
+    Forget();
+    EXPECT_EQ(Load(), ZVK_FORCECAL_NO_TIME_DATA);
+}
+
+TEST_F(ForceCalFiles, EachFileCallThatFailsLeavesTheOldFilesAndNoOthers)
+{
+    PutRun(0, 0, 8);
+    ASSERT_EQ(Save(), 0);
+    const std::string old = folder.Read("run_TDAxdat");
+    PutRun(0, 0, 16);
+    for (int nth = 1;; ++nth) {
+        FailingFiles files;
+        files.FailAt(nth);
+        const int32_t status = Save();
+        EXPECT_EQ(files.OpenFiles(), 0) << nth;
+        if (!files.Failed()) {
+            EXPECT_EQ(status, 0);
+            break;
+        }
+        EXPECT_EQ(folder.CountFiles(), 16) << nth;
+        EXPECT_TRUE(status == 0 || status == ZVK_FORCECAL_FILE_FAILED) << nth;
+        if (folder.Read("run_TDAxdat") != old) break;  // from here on the files take their places
+    }
+}
+
+TEST_F(ForceCalFiles, EachReadThatFailsNeitherLeaksNorHangs)
+{
+    PutRun(0, 0);
+    ASSERT_EQ(Save(), 0);
+    for (int nth = 1;; ++nth) {
+        Forget();
+        FailingFiles files;
+        files.FailAt(nth);
+        (void)Load();
+        EXPECT_EQ(files.OpenFiles(), 0) << nth;
+        if (!files.Failed()) break;
+    }
+}
+
+TEST_F(ForceCalFiles, EachAllocationOfALoadThatFailsIsAStatus)
+{
+    PutRun(0, 0);
+    ASSERT_EQ(Save(), 0);
+    for (int nth = 1;; ++nth) {
+        Forget();
+        FailingMemory memory;
+        memory.FailAt(nth);
+        ::testing::internal::CaptureStdout();
+        (void)Load();
+        (void)::testing::internal::GetCapturedStdout();
+        const bool failed = memory.Failed();
+        ResetForceCal();
+        EXPECT_EQ(memory.Live(), 0) << nth;
+        if (!failed) break;
+    }
+}

@@ -1,0 +1,297 @@
+// The Lorentzian of the spectrum and the active calibration, against numbers put in.
+
+#include "forcecal_fixture.h"
+
+#include "failing_memory.h"
+
+#include <cmath>
+#include <limits>
+
+class ForceCalFit : public ForceCalTest
+{
+protected:
+    void SetUp() override
+    {
+        ForceCalTest::SetUp();
+        PretendUp();
+        g_forceCal.MaxFFT = 5000;
+        g_forceCal.FitStartFrequency = 10.0;
+        g_forceCal.FitStopFrequency = 2000.0;
+        Data().OscFrequency = -1.0;
+    }
+
+    static ZVK_ForceCalDataContainer &Data() { return g_forceCal.Data[0][1]; }
+
+    // A / (f^2 + c^2) at f = k / T.
+    static std::vector<double> Lorentz(int32_t count, double a, double c, double time)
+    {
+        std::vector<double> power;
+        for (int32_t k = 0; k < count; ++k)
+            power.push_back(a / (std::pow(k / time, 2) + c * c));
+        return power;
+    }
+};
+
+TEST_F(ForceCalFit, TheLorentzianIgnoresTheNumberOfCoefficients)
+{
+    const double a[] = {8.0, -3.0};
+    EXPECT_EQ(ZVK_ForceCal_Lorentzian(1.0, a, -7), 0.8);
+}
+
+TEST_F(ForceCalFit, WithoutASpectrumThereIsNone)
+{
+    EXPECT_EQ(ZVK_ForceCal_CreateFDFit(&Data()), ZVK_FORCECAL_NO_SPECTRUM);
+    EXPECT_EQ(ZVK_ForceCal_CreateFDFitHeuristics(&Data()), ZVK_FORCECAL_NO_SPECTRUM);
+    EXPECT_EQ(Data().FDFitValid, 0);
+}
+
+TEST_F(ForceCalFit, NoiseFreeSpectraGiveTheirCornerAndAmplitudeToNineDigits)
+{
+    for (const double corner : {120.0, 350.0, 900.0, 4000.0}) {
+        const double amplitude = 3e-7;
+        PutSpectrum(Data(), Lorentz(3000, amplitude, corner, 1.0), 1.0);
+        ASSERT_EQ(ZVK_ForceCal_CreateFDFit(&Data()), 0);
+        for (int s = 0; s < 3; ++s) {
+            EXPECT_NEAR(Data().CornerFrequency[s] / corner, 1.0, 1e-9) << corner;
+            EXPECT_NEAR(Data().LorentzAmplitude[s] / amplitude, 1.0, 1e-9) << corner;
+            EXPECT_LT(Data().FitMSE[s], 1e-20);
+        }
+        EXPECT_EQ(Data().FDFitValid, 1);
+    }
+}
+
+TEST_F(ForceCalFit, TakesBinsStrictlyInsideTheRangeWithoutTheOscillation)
+{
+    g_forceCal.FitStartFrequency = 10.0;
+    g_forceCal.FitStopFrequency = 40.0;
+    Data().OscFrequency = 32.0;
+    PutSpectrum(Data(), Lorentz(400, 1.0, 20.0, 1.0), 1.0);
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFit(&Data()), 0);
+    EXPECT_EQ(Data().NumberOfFitEntries, 28) << "11 to 39 without 32";
+    EXPECT_EQ(Data().FDFitAxis[0], 11.0);
+    EXPECT_EQ(Data().FDFitAxis[20], 31.0);
+    EXPECT_EQ(Data().FDFitAxis[21], 33.0);
+    EXPECT_EQ(Data().FDFitAxis[27], 39.0);
+    double mean = 0.0;
+    for (int k = 0; k < 28; ++k)
+        mean += Data().FDFitData[0][k] / 28.0;
+    EXPECT_NEAR(mean, 1.0, 1e-12) << "the data stay scaled";
+    EXPECT_NEAR(Data().FDFitCurve[0][0], Data().FD[0][11], 1e-12) << "the curve is scaled back";
+    EXPECT_EQ(Data().FDFitCurve[0][40], 0.0) << "behind the points";
+}
+
+TEST_F(ForceCalFit, ABinHalfAWidthAwayFromTheOscillationIsDroppedToo)
+{
+    Data().OscFrequency = 31.5;
+    g_forceCal.FitStopFrequency = 40.0;
+    PutSpectrum(Data(), Lorentz(400, 1.0, 20.0, 1.0), 1.0);
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFit(&Data()), 0);
+    EXPECT_EQ(Data().NumberOfFitEntries, 27) << "31 and 32 lie exactly half a width away";
+}
+
+TEST_F(ForceCalFit, TheErrorIsScaledByTheMeanOnce)
+{
+    std::vector<double> power = Lorentz(1000, 1.0, 50.0, 1.0);
+    for (size_t k = 0; k < power.size(); k += 2)
+        power[k] *= 1.1;
+    g_forceCal.FitStopFrequency = 500.0;
+    PutSpectrum(Data(), power, 1.0);
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFit(&Data()), 0);
+    const int32_t n = Data().NumberOfFitEntries;
+    double mean = 0.0;
+    for (int k = 0; k < n; ++k)
+        mean += Data().FD[0][11 + k] / n;
+    double squares = 0.0;
+    for (int k = 0; k < n; ++k) {
+        const double residual = Data().FDFitData[0][k] - Data().FDFitCurve[0][k] / mean;
+        squares += residual * residual / n;
+    }
+    EXPECT_NEAR(Data().FitMSE[0] / (squares * mean), 1.0, 1e-9);
+}
+
+TEST_F(ForceCalFit, AnEmptyRangeLeavesTheStartAndNoNumberThatIsNone)
+{
+    g_forceCal.FitStartFrequency = 0.0;
+    g_forceCal.FitStopFrequency = 0.0;
+    PutSpectrum(Data(), Lorentz(1000, 1.0, 50.0, 1.0), 1.0);
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFit(&Data()), 0);
+    EXPECT_EQ(Data().NumberOfFitEntries, 0);
+    EXPECT_EQ(Data().FDFitValid, 1);
+    EXPECT_EQ(Data().CornerFrequency[0], Data().CornerStart[0]);
+    EXPECT_EQ(Data().LorentzAmplitude[0], 0.0);
+    EXPECT_EQ(Data().FitMSE[0], 0.0);
+}
+
+TEST_F(ForceCalFit, ASpectrumOfZerosGivesNoNumberThatIsNone)
+{
+    PutSpectrum(Data(), std::vector<double>(1000, 0.0), 1.0);
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFit(&Data()), 0);
+    EXPECT_EQ(Data().LorentzAmplitude[0], 0.0);
+    EXPECT_EQ(Data().FitMSE[0], 0.0);
+    EXPECT_FALSE(std::isnan(Data().CornerFrequency[0]));
+    EXPECT_FALSE(std::isnan(Data().FDFitData[0][5]));
+}
+
+TEST_F(ForceCalFit, TheStartIsWhereTenBinsInARowLieBelowThreeTenthsOfThePlateau)
+{
+    std::vector<double> power(400, 1.0);
+    for (size_t k = 150; k < 159; ++k)
+        power[k] = 0.1;  // nine
+    for (size_t k = 200; k < power.size(); ++k)
+        power[k] = 0.29;
+    PutSpectrum(Data(), power, 1.0);
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFitHeuristics(&Data()), 0);
+    EXPECT_NEAR(Data().LowFrequencyPower[2], 1.0, 1e-12);
+    EXPECT_EQ(Data().CornerStart[2], 200.0);
+    for (size_t k = 200; k < power.size(); ++k)
+        power[k] = 0.3;
+    PutSpectrum(Data(), power, 1.0);
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFitHeuristics(&Data()), 0);
+    EXPECT_EQ(Data().CornerStart[2], 389.0) << "strictly below; the last bin looked at remains";
+}
+
+TEST_F(ForceCalFit, ThePlateauIsBin1To100HertzIncluded)
+{
+    std::vector<double> power(400, 0.0);
+    power[0] = 1e9;
+    power[1] = 100.0;
+    power[100] = 100.0;
+    power[101] = 1e9;
+    PutSpectrum(Data(), power, 1.0);
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFitHeuristics(&Data()), 0);
+    EXPECT_NEAR(Data().LowFrequencyPower[0], 2.0, 1e-12);
+    EXPECT_EQ(Data().CornerStart[0], 102.0);
+}
+
+TEST_F(ForceCalFit, WithoutABinBelow100HertzThePlateauIsADivisionByZero)
+{
+    PutSpectrum(Data(), std::vector<double>(400, 1.0), 0.001);
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFitHeuristics(&Data()), 0);
+    EXPECT_TRUE(std::isnan(Data().LowFrequencyPower[0]));
+    EXPECT_EQ(Data().CornerStart[0], Data().FDAxis[389]);
+}
+
+TEST_F(ForceCalFit, TenBinsOrFewerLeaveTheStartAtZero)
+{
+    PutSpectrum(Data(), std::vector<double>(10, 1.0), 1.0);
+    Data().CornerStart[0] = 7.0;
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFitHeuristics(&Data()), 0);
+    EXPECT_EQ(Data().CornerStart[0], 0.0);
+}
+
+TEST_F(ForceCalFit, TheUpdateFitsAllRunsAndPassesOverThoseWithoutASpectrum)
+{
+    g_forceCal.Initialised = 0;
+    EXPECT_EQ(ZVK_ForceCal_UpdateFDFits(0), ZVK_FORCECAL_NOT_INITIALIZED);
+    g_forceCal.Initialised = 1;
+    g_forceCal.Installed = 0;
+    EXPECT_EQ(ZVK_ForceCal_UpdateFDFits(0), ZVK_FORCECAL_NOT_INSTALLED);
+    g_forceCal.Installed = 1;
+    EXPECT_EQ(ZVK_ForceCal_UpdateFDFits(0), 0);
+    PutSpectrum(Data(), Lorentz(500, 1.0, 60.0, 1.0), 1.0);
+    PutSpectrum(g_forceCal.Data[1][3], Lorentz(500, 1.0, 70.0, 1.0), 1.0);
+    EXPECT_EQ(ZVK_ForceCal_UpdateFDFits(0), 0);
+    EXPECT_NEAR(Data().CornerFrequency[0], 60.0, 1e-6);
+    EXPECT_NEAR(g_forceCal.Data[1][3].CornerFrequency[0], 70.0, 1e-6);
+    EXPECT_EQ(g_forceCal.Data[0][0].FDFitValid, 0);
+}
+
+TEST_F(ForceCalFit, EachAllocationThatFailsLeavesNoFit)
+{
+    PutSpectrum(Data(), Lorentz(500, 1.0, 60.0, 1.0), 1.0);
+    for (int nth = 1; nth <= 7; ++nth) {
+        FailingMemory memory;
+        memory.FailAt(nth);
+        EXPECT_EQ(ZVK_ForceCal_CreateFDFit(&Data()), ZVK_FORCE_NO_MEMORY);
+        EXPECT_EQ(Data().FDFitValid, 0);
+        EXPECT_EQ(Data().FDFitAxis, nullptr);
+        EXPECT_EQ(Data().FDFitCurve[2], nullptr);
+    }
+}
+
+class ForceCalActive : public ForceCalFit
+{
+protected:
+    // A run along y, whose own signal has a peak of `extra` above the Lorentzian at 32 Hz.
+    static void PutRun(double extra)
+    {
+        std::vector<double> power = Lorentz(400, kA, kCorner, 1.0);
+        power[32] += extra;
+        PutSpectrum(Data(), power, 1.0);
+        Data().OscAxis = 1;
+        Data().OscFrequency = 32.0;
+        Data().OscAmplitude = 0.2;
+        Data().LorentzAmplitude[1] = kA;
+        Data().CornerFrequency[1] = kCorner;
+        Data().FDFitValid = 1;
+    }
+
+    static constexpr double kA = 2e-3;
+    static constexpr double kCorner = 150.0;
+};
+
+TEST_F(ForceCalActive, WithoutAFitThereIsNone)
+{
+    EXPECT_EQ(ZVK_ForceCal_ComputeNLCalibration(&Data()), ZVK_FORCECAL_NO_FIT);
+}
+
+TEST_F(ForceCalActive, FollowsItsFormulasToTheLetter)
+{
+    g_forceCal.Temperature = 300.0;
+    const double extra = 5e-6;
+    PutRun(extra);
+    ASSERT_EQ(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0);
+    const double theory = std::pow(0.2e-6, 2) / (2.0 * (kCorner * kCorner / (32.0 * 32.0) + 1.0));
+    const double beta = std::sqrt(theory / extra);
+    EXPECT_NEAR(Data().Beta / beta, 1.0, 1e-9);
+    const double k = kCorner * 6.283185307179586 * 1.3806488e-23 * 300.0 /
+                     ((3.14159 * 3.14159 * kA / 2.0) * beta * beta);
+    EXPECT_NEAR(Data().K / k, 1.0, 1e-9);
+}
+
+TEST_F(ForceCalActive, APeakAsFarBelowTheLorentzianGivesTheSameBeta)
+{
+    PutRun(3e-8);
+    ASSERT_EQ(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0);
+    const double above = Data().Beta;
+    PutRun(-3e-8);
+    ASSERT_EQ(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0);
+    EXPECT_NEAR(Data().Beta / above, 1.0, 1e-9);
+}
+
+TEST_F(ForceCalActive, APeakThatEqualsTheBackgroundGivesAnInfiniteBetaAndNoStiffness)
+{
+    PutRun(0.0);
+    Data().FD[1][32] = kA / (32.0 * 32.0 + kCorner * kCorner);
+    ASSERT_EQ(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0);
+    EXPECT_TRUE(std::isinf(Data().Beta));
+    EXPECT_EQ(Data().K, 0.0);
+}
+
+TEST_F(ForceCalActive, NothingIsReadOutsideTheSpectrum)
+{
+    PutRun(1e-6);
+    Data().Beta = 7.0;
+    Data().OscFrequency = 5000.0;
+    EXPECT_LT(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0);
+    Data().OscFrequency = 0.0;
+    Data().NumberOfFrequencies = 2;
+    EXPECT_LT(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0);
+    Data().OscAxis = 3;
+    EXPECT_LT(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0);
+    EXPECT_EQ(Data().Beta, 7.0);
+}
+
+TEST_F(ForceCalActive, TheUpdatePassesOverTheRunsWithoutOscillation)
+{
+    PutRun(1e-6);
+    Still().FDFitValid = 1;
+    Still().Beta = 9.0;
+    EXPECT_EQ(ZVK_ForceCal_UpdateNLCalibration(0), 0);
+    EXPECT_GT(Data().Beta, 0.0);
+    EXPECT_EQ(Still().Beta, 9.0);
+    g_forceCal.Installed = 0;
+    EXPECT_EQ(ZVK_ForceCal_UpdateNLCalibration(0), ZVK_FORCECAL_NOT_INSTALLED);
+    g_forceCal.Initialised = 0;
+    EXPECT_EQ(ZVK_ForceCal_UpdateNLCalibration(0), ZVK_FORCECAL_NOT_INITIALIZED);
+}

@@ -1,0 +1,397 @@
+#include "forcecal_fixture.h"
+
+#include "failing_memory.h"
+
+#include <cmath>
+#include <functional>
+#include <limits>
+
+using ForceCalInit = ForceCalTest;
+
+static int32_t InitStatus()
+{
+    int32_t status = 77;
+    EXPECT_EQ(ZVK_ForceCal_GetInitStatus(0, &status), 0);
+    return status;
+}
+
+TEST_F(ForceCalInit, ReadsItsKeysMakesRoomAndLoadsTheStartValues)
+{
+    WriteCalConfig();
+    EXPECT_EQ(InitStatus(), 0);
+    EXPECT_EQ(ZVK_ForceCal_Init(0, 1, 1), 0);
+    EXPECT_EQ(InitStatus(), 1);
+    EXPECT_EQ(g_forceCal.Averages, 10);
+    EXPECT_EQ(g_forceCal.CalLength, 1.0);
+    EXPECT_EQ(g_forceCal.Amplitude, 0.25);
+    EXPECT_EQ(g_forceCal.Frequency, 32);
+    EXPECT_EQ(g_forceCal.Oscillate, 1);
+    EXPECT_EQ(g_forceCal.Bins, 50);
+    EXPECT_EQ(g_forceCal.SubtractMean, 1);
+    EXPECT_EQ(g_forceCal.SubtractDrift, 0);
+    EXPECT_EQ(g_forceCal.FitStartFrequency, 10.0);
+    EXPECT_EQ(g_forceCal.FitStopFrequency, 5000.0);
+    EXPECT_EQ(g_forceCal.DisplayStopFrequency, 8000.0);
+    EXPECT_EQ(g_forceCal.Medium, 1);
+    EXPECT_EQ(g_forceCal.Viscosity, 0.001);
+    EXPECT_EQ(g_forceCal.Temperature, 293.15);
+    EXPECT_EQ(g_forceCal.Diameter, 1.0);
+    EXPECT_EQ(g_forceCal.LSLength, 0.4);
+    EXPECT_EQ(g_forceCal.LSSteps, 21);
+    EXPECT_EQ(g_forceCal.LSAverages, 1000);
+    EXPECT_EQ(g_forceCal.MaxFFT, 20000);
+    EXPECT_STREQ(g_forceCal.StartupValues, "default.cal");
+    for (int path = 0; path < 2; ++path) {
+        const double sign = path == 0 ? 1.0 : -1.0;
+        EXPECT_EQ(g_forceCal.NumberOfBetas[path], 1);
+        EXPECT_EQ(g_forceCal.Beta[path][2], sign * 3.5);
+        EXPECT_EQ(g_forceCal.K[path][0], sign * 4.5);
+        for (const ZVK_ForceCalDataContainer &data : g_forceCal.Data[path]) {
+            EXPECT_EQ(data.Path, path);
+            for (const double *spectrum : data.FD)
+                EXPECT_NE(spectrum, nullptr);
+        }
+    }
+}
+
+TEST_F(ForceCalInit, ASecondOneIsAnErrorAlsoBehindAShutdown)
+{
+    WriteCalConfig();
+    ASSERT_EQ(ZVK_ForceCal_Init(0, 0, 0), 0);
+    folder.Remove("config.ini");
+    EXPECT_EQ(ZVK_ForceCal_Init(0, 0, 0), ZVK_FORCECAL_ALREADY_INITIALIZED);
+    EXPECT_EQ(ZVK_ForceCal_Shutdown(0), 0);
+    EXPECT_EQ(ZVK_ForceCal_Init(0, 0, 0), ZVK_FORCECAL_ALREADY_INITIALIZED);
+    EXPECT_EQ(InitStatus(), 1);
+}
+
+TEST_F(ForceCalInit, NotInstalledIsAnErrorThatCountsAsInitialized)
+{
+    folder.Write("config.ini", "[FORCECAL]\r\nMI = 0\r\nSIMULATE = 1\r\n");
+    EXPECT_EQ(ZVK_ForceCal_Init(0, 0, 0), ZVK_FORCECAL_NOT_INSTALLED);
+    EXPECT_EQ(InitStatus(), -1);
+    EXPECT_EQ(g_forceCal.Data[0][0].FD[0], nullptr) << "nothing else is read or made";
+}
+
+TEST_F(ForceCalInit, SimulatedShowsInTheStatusAlone)
+{
+    WriteCalConfig({{"SIMULATE", "1"}});
+    EXPECT_EQ(ZVK_ForceCal_Init(0, 0, 0), 0);
+    EXPECT_EQ(InitStatus(), 2);
+}
+
+TEST_F(ForceCalInit, EachMissingKeyEndsItAndLaterFieldsStayAsTheyWere)
+{
+    const char *const keys[] = {"MI",
+                                "SIMULATE",
+                                "SWAPAXES",
+                                "AVERAGES",
+                                "CALLENGTH",
+                                "AMPLITUDE",
+                                "FREQUENCY",
+                                "OSCILLATE",
+                                "HISTOGRAM_BINS",
+                                "SUB_MEAN",
+                                "SUB_DRIFT",
+                                "FIT_LOWEND",
+                                "FIT_HIGHEND",
+                                "FIT_DISPLAY",
+                                "MEDIUM",
+                                "ETA",
+                                "TEMPERATURE",
+                                "DIAMETER",
+                                "LINESCAN_LENGTH",
+                                "LINESCAN_STEPS",
+                                "LINESCAN_AVERAGES",
+                                "MAX_FFT",
+                                "STARTUP_VALUES"};
+    for (const char *key : keys) {
+        ResetForceCal();
+        WriteCalConfig({{key, "-"}});
+        EXPECT_EQ(ZVK_ForceCal_Init(0, 0, 0), ZVK_CONFILE_NOT_FOUND) << key;
+        EXPECT_EQ(InitStatus(), 0) << key;
+    }
+    ResetForceCal();
+    WriteCalConfig({{"FREQUENCY", "-"}});
+    (void)ZVK_ForceCal_Init(0, 0, 0);
+    EXPECT_EQ(g_forceCal.Amplitude, 0.25) << "what stands before it is kept";
+    EXPECT_EQ(g_forceCal.Frequency, 0);
+    EXPECT_EQ(g_forceCal.Diameter, 0.0);
+    EXPECT_EQ(g_forceCal.MaxFFT, 200000) << "its preset";
+}
+
+TEST_F(ForceCalInit, AFlagIsWhateverIsNotZero)
+{
+    WriteCalConfig({{"SWAPAXES", "-3"}, {"OSCILLATE", "0"}, {"SUB_DRIFT", "2"}});
+    ASSERT_EQ(ZVK_ForceCal_Init(0, 0, 0), 0);
+    uint16_t flag = 77;
+    EXPECT_EQ(ZVK_ForceCal_GetSwapAxes(0, &flag), 0);
+    EXPECT_EQ(flag, 1);
+    EXPECT_EQ(ZVK_ForceCal_GetOscillate(0, &flag), 0);
+    EXPECT_EQ(flag, 0);
+    EXPECT_EQ(ZVK_ForceCal_GetSubtractDrift(0, &flag), 0);
+    EXPECT_EQ(flag, 1);
+}
+
+TEST_F(ForceCalInit, TheKeyOfTheBinsHasNoLeastValue)
+{
+    WriteCalConfig({{"HISTOGRAM_BINS", "3"}});
+    ASSERT_EQ(ZVK_ForceCal_Init(0, 0, 0), 0);
+    EXPECT_EQ(g_forceCal.Bins, 3);
+}
+
+TEST_F(ForceCalInit, AStartFileThatCantBeReadIsTheStatus)
+{
+    WriteCalConfig();
+    folder.Remove("default.cal");
+    const int32_t status = ZVK_ForceCal_Init(0, 0, 0);
+    EXPECT_LT(status, 0);
+    EXPECT_EQ(InitStatus(), 0);
+    WriteCalConfig();
+    EXPECT_EQ(ZVK_ForceCal_Init(0, 0, 0), 0) << "and it can be tried again";
+}
+
+TEST_F(ForceCalInit, EachAllocationThatFailsIsAStatusAndLeavesNothing)
+{
+    for (int nth = 1; nth <= 24; ++nth) {
+        ResetForceCal();
+        WriteCalConfig();
+        FailingMemory memory;
+        memory.FailAt(nth);
+        EXPECT_EQ(ZVK_ForceCal_Init(0, 0, 0), ZVK_FORCE_NO_MEMORY) << nth;
+        EXPECT_EQ(memory.Live(), 0);
+        EXPECT_EQ(InitStatus(), 0);
+    }
+}
+
+TEST_F(ForceCalInit, ShutdownFreesTheSpectraAlone)
+{
+    FailingMemory memory;
+    WriteCalConfig();
+    ASSERT_EQ(ZVK_ForceCal_Init(0, 0, 0), 0);
+    const int64_t up = memory.Live();
+    EXPECT_EQ(ZVK_ForceCal_Shutdown(0), 0);
+    EXPECT_EQ(memory.Live(), up - 24);
+    EXPECT_EQ(g_forceCal.Data[1][3].FD[2], nullptr);
+    EXPECT_EQ(g_forceCal.Beta[0][0], 1.5);
+    EXPECT_EQ(ZVK_ForceCal_Shutdown(0), 0) << "twice is harmless";
+    g_forceCal.Data[0][0].FDValid = 1;
+    double *data = nullptr;
+    double *axis = nullptr;
+    int32_t entries = 7;
+    EXPECT_EQ(
+        ZVK_ForceCal_ReturnData(0, 0, 0, 4, 0, &entries, &data, &axis, nullptr, nullptr, nullptr),
+        ZVK_FORCECAL_NO_SPECTRUM)
+        << "nothing is handed out that is gone";
+    ResetForceCal();
+}
+
+TEST_F(ForceCalInit, CalibrationsAreLoadedAndSavedBeforeInitToo)
+{
+    WriteCalConfig();
+    EXPECT_EQ(ZVK_ForceCal_LoadCalibration(0, "default.cal"), 0);
+    EXPECT_EQ(g_forceCal.Beta[1][0], -1.5);
+    g_forceCal.Beta[1][0] = 12.25;
+    const std::string other = folder.Path("other.cal");
+    EXPECT_EQ(ZVK_ForceCal_SaveCalibration(0, other.c_str()), 0);
+    ResetForceCal();
+    EXPECT_EQ(ZVK_ForceCal_LoadCalibration(0, other.c_str()), 0);
+    EXPECT_EQ(g_forceCal.Beta[1][0], 12.25);
+    EXPECT_EQ(g_forceCal.K[0][2], 6.5);
+}
+
+TEST_F(ForceCalInit, ALoadThatFailsKeepsTheTables)
+{
+    WriteCalConfig();
+    ASSERT_EQ(ZVK_ForceCal_LoadCalibration(0, "default.cal"), 0);
+    FailingMemory memory;
+    EXPECT_LT(ZVK_ForceCal_LoadCalibration(0, folder.Path("none.cal").c_str()), 0);
+    EXPECT_EQ(g_forceCal.Beta[0][0], 1.5);
+    folder.Write("half.cal", "[TRAP A]\r\nBETACOUNT = 1\r\nBETA_X_0 = 9\r\nBETA_Y_0 = 9\r\n");
+    EXPECT_LT(ZVK_ForceCal_LoadCalibration(0, folder.Path("half.cal").c_str()), 0);
+    EXPECT_EQ(g_forceCal.Beta[0][0], 1.5);
+    EXPECT_EQ(memory.Live(), 0);
+}
+
+using Call = std::function<int32_t()>;
+
+// Each setting, by a set and a get of a value of its own.
+static std::vector<std::pair<Call, Call>> Settings(double &number, int32_t &whole, uint16_t &flag)
+{
+    return {
+#define NUMBER(name)                                                                               \
+    {                                                                                              \
+        [] { return ZVK_ForceCal_Set##name(0, 1.5); },                                             \
+            [&] { return ZVK_ForceCal_Get##name(0, &number); }                                     \
+    }
+#define WHOLE(name)                                                                                \
+    {                                                                                              \
+        [] { return ZVK_ForceCal_Set##name(0, 17); },                                              \
+            [&] { return ZVK_ForceCal_Get##name(0, &whole); }                                      \
+    }
+#define FLAG(name)                                                                                 \
+    {                                                                                              \
+        [] { return ZVK_ForceCal_Set##name(0, 512); },                                             \
+            [&] { return ZVK_ForceCal_Get##name(0, &flag); }                                       \
+    }
+        NUMBER(Temperature),
+        NUMBER(LSLength),
+        NUMBER(Diameter),
+        NUMBER(Amplitude),
+        NUMBER(FitStartFrequency),
+        NUMBER(FitStopFrequency),
+        NUMBER(DisplayStopFrequency),
+        WHOLE(Medium),
+        WHOLE(LSSteps),
+        WHOLE(LSAverages),
+        WHOLE(Frequency),
+        WHOLE(Averages),
+        WHOLE(Bins),
+        FLAG(SubtractMean),
+        FLAG(Oscillate),
+        FLAG(SubtractDrift),
+        FLAG(SwapAxes),
+    };
+}
+
+TEST_F(ForceCalInit, EachSettingComesBackAsItWasSet)
+{
+    PretendUp();
+    double number = 0;
+    int32_t whole = 0;
+    uint16_t flag = 0;
+    for (const auto &[set, get] : Settings(number, whole, flag)) {
+        number = 1.5;
+        whole = 17;
+        flag = 1;
+        EXPECT_EQ(set(), 0);
+        number = -1;
+        whole = -1;
+        flag = 77;
+        EXPECT_EQ(get(), 0);
+        EXPECT_TRUE(number == 1.5 || whole == 17 || flag == 1);
+    }
+    EXPECT_EQ(g_forceCal.SwapAxes, 1);
+    EXPECT_EQ(ZVK_ForceCal_SetSwapAxes(0, 0), 0);
+    EXPECT_EQ(g_forceCal.SwapAxes, 0);
+}
+
+TEST_F(ForceCalInit, EachSettingAsksForInitFirstThenForTheInstrument)
+{
+    double number = -1;
+    int32_t whole = -1;
+    uint16_t flag = 77;
+    for (const auto &[set, get] : Settings(number, whole, flag)) {
+        g_forceCal.Initialised = 0;
+        g_forceCal.Installed = 0;
+        EXPECT_EQ(set(), ZVK_FORCECAL_NOT_INITIALIZED);
+        EXPECT_EQ(get(), ZVK_FORCECAL_NOT_INITIALIZED);
+        g_forceCal.Initialised = 1;
+        EXPECT_EQ(set(), ZVK_FORCECAL_NOT_INSTALLED);
+        EXPECT_EQ(get(), ZVK_FORCECAL_NOT_INSTALLED);
+    }
+    EXPECT_EQ(number, -1);
+    EXPECT_EQ(whole, -1);
+    EXPECT_EQ(flag, 77);
+    double viscosity = -1;
+    double length = -1;
+    EXPECT_EQ(ZVK_ForceCal_GetViscosity(0, &viscosity), ZVK_FORCECAL_NOT_INSTALLED);
+    EXPECT_EQ(ZVK_ForceCal_SetCalLength(0, 1.0), ZVK_FORCECAL_NOT_INSTALLED);
+    EXPECT_EQ(ZVK_ForceCal_GetCalLength(0, &length, &length), ZVK_FORCECAL_NOT_INSTALLED);
+    g_forceCal.Medium = 99;
+    EXPECT_EQ(ZVK_ForceCal_ComputeViscosity(0, 1.0), ZVK_FORCECAL_NOT_INSTALLED);
+    EXPECT_EQ(length, -1);
+    EXPECT_EQ(g_forceCal.Bins, 0);
+}
+
+TEST_F(ForceCalInit, FewerThanFiveBinsBecomeFive)
+{
+    PretendUp();
+    for (const auto &[set, kept] : {std::pair{4, 5}, {5, 5}, {0, 5}, {-9, 5}, {6, 6}}) {
+        EXPECT_EQ(ZVK_ForceCal_SetBins(0, set), 0);
+        EXPECT_EQ(g_forceCal.Bins, kept);
+    }
+}
+
+TEST_F(ForceCalInit, LimitsAreKeptByPathAndSignalAndNoOtherPlaceIsTouched)
+{
+    PretendUp();
+    const struct
+    {
+        int32_t (*set)(SessionHandle, int32_t, int32_t, double);
+        int32_t (*get)(SessionHandle, int32_t, int32_t, double *);
+    } rows[] = {
+        {ZVK_ForceCal_SetPotFitStart, ZVK_ForceCal_GetPotFitStartFrequency},
+        {ZVK_ForceCal_SetPotFitStop, ZVK_ForceCal_GetPotFitStopFrequency},
+        {ZVK_ForceCal_SetLineScanFitStart, ZVK_ForceCal_GetLineScanFitStart},
+        {ZVK_ForceCal_SetLineScanFitStop, ZVK_ForceCal_GetLineScanFitStop},
+    };
+    for (const auto &row : rows) {
+        for (int32_t path = 0; path < 2; ++path) {
+            for (int32_t axis = 0; axis < 3; ++axis)
+                EXPECT_EQ(row.set(0, path, axis, 10.0 * path + axis), 0);
+        }
+        double value = -1;
+        for (int32_t path = 0; path < 2; ++path) {
+            for (int32_t axis = 0; axis < 3; ++axis) {
+                EXPECT_EQ(row.get(0, path, axis, &value), 0);
+                EXPECT_EQ(value, 10.0 * path + axis);
+            }
+        }
+        value = -1;
+        EXPECT_EQ(row.set(0, 2, 3, 5.0), ZVK_FORCECAL_BAD_PATH);
+        EXPECT_EQ(row.get(0, -1, 3, &value), ZVK_FORCECAL_BAD_PATH);
+        EXPECT_EQ(row.set(0, 1, 3, 5.0), ZVK_FORCECAL_BAD_AXIS);
+        EXPECT_EQ(row.get(0, 1, -1, &value), ZVK_FORCECAL_BAD_AXIS);
+        EXPECT_EQ(value, -1);
+    }
+}
+
+TEST_F(ForceCalInit, TheLengthIsRoundedUpToWholePeriods)
+{
+    PretendUp();
+    g_forceCal.Frequency = 32;
+    double set = 0;
+    double actual = 0;
+    for (const auto &[length, expected] :
+         {std::pair{1.01, 33.0 / 32.0}, {1.0, 1.0}, {0.0, 0.0}, {0.001, 1.0 / 32.0}})
+    {
+        EXPECT_EQ(ZVK_ForceCal_SetCalLength(0, length), 0);
+        EXPECT_EQ(ZVK_ForceCal_GetCalLength(0, &set, &actual), 0);
+        EXPECT_EQ(set, length);
+        EXPECT_EQ(actual, expected);
+    }
+    EXPECT_EQ(ZVK_ForceCal_GetCalLength(0, &set, nullptr), 0);
+    g_forceCal.Frequency = 0;
+    EXPECT_EQ(ZVK_ForceCal_GetCalLength(0, nullptr, &actual), 0);
+    EXPECT_TRUE(std::isnan(actual));
+}
+
+TEST_F(ForceCalInit, WaterHasTheViscosityOfItsTemperatureOnceItIsComputed)
+{
+    PretendUp();
+    EXPECT_EQ(ZVK_ForceCal_SetMedium(0, 1), 0);
+    EXPECT_EQ(ZVK_ForceCal_SetTemperature(0, 293.15), 0);
+    double viscosity = -1;
+    EXPECT_EQ(ZVK_ForceCal_GetViscosity(0, &viscosity), 0);
+    EXPECT_EQ(viscosity, 0.0) << "neither setting computes it";
+    EXPECT_EQ(ZVK_ForceCal_ComputeViscosity(0, 77.0), 0);
+    EXPECT_EQ(ZVK_ForceCal_GetViscosity(0, &viscosity), 0);
+    EXPECT_DOUBLE_EQ(viscosity, 2.414e-5 * std::pow(10.0, 247.8 / 153.15));
+    // Tables of water at 20 degrees Celsius give 1.0016 mPa s (international association for the
+    // properties of water and steam, 2008).
+    EXPECT_NEAR(viscosity, 1.0016e-3, 0.01e-3);
+}
+
+TEST_F(ForceCalInit, AnotherMediumTakesTheArgumentAndAnUnknownOneIsRefused)
+{
+    PretendUp();
+    EXPECT_EQ(ZVK_ForceCal_SetMedium(0, 2), 0);
+    EXPECT_EQ(ZVK_ForceCal_ComputeViscosity(0, 0.125), 0);
+    EXPECT_EQ(g_forceCal.Viscosity, 0.125);
+    for (const int32_t medium : {0, 3, -1}) {
+        EXPECT_EQ(ZVK_ForceCal_SetMedium(0, medium), 0);
+        EXPECT_EQ(ZVK_ForceCal_ComputeViscosity(0, 5.0), ZVK_FORCECAL_BAD_MEDIUM);
+        EXPECT_EQ(g_forceCal.Viscosity, 0.125);
+    }
+}
