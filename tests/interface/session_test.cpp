@@ -130,13 +130,14 @@ protected:
         return codes;
     }
 
-    InstrumentFolder folder;
-    VirtualStage stage;
+    // The value of ZVK_SERIAL_PORTS that offers all devices.
     std::string Ports() const
     {
         return laser.Offer(7) + ";" + motorA.Offer(8) + ";" + motorB.Offer(9);
     }
 
+    InstrumentFolder folder;
+    VirtualStage stage;
     VirtualLaser laser;
     VirtualMotor motorA{{.owner = 1, .position = 20000, .stopAt = 0}};
     VirtualMotor motorB{{.owner = 2, .position = 18000, .stopAt = 0}};
