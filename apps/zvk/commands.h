@@ -9,6 +9,7 @@
 
 using Arguments = std::vector<std::string>;
 
-int LiveCommand(const Arguments &arguments);  // live.cpp
+int LaserCommand(const Arguments &arguments);  // laser.cpp
+int LiveCommand(const Arguments &arguments);   // live.cpp
 
 #endif

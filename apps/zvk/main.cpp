@@ -15,6 +15,7 @@ struct CommandRow
 static int HelpCommand(const Arguments &arguments);
 
 static constexpr CommandRow kCommands[] = {
+    {"laser", "let the laser emit for as long as the command runs", LaserCommand},
     {"live", "steer traps with the mouse in the camera window", LiveCommand},
     {"help", "tell what there is", HelpCommand},
 };
