@@ -7,7 +7,7 @@
 #include "quorvex/confile.h"
 
 #include <algorithm>
-#include <cstring>
+#include <limits>
 
 constexpr double kOldestCommandSet = 2.0;
 constexpr double kStartSpeed = 1500.0;
@@ -142,6 +142,12 @@ bool MoveOnController(int32_t axis, double position)
     return StageLink().move(g_stage.piId, kStageAxisNames[axis], &position) != 0;
 }
 
+// Tables, generators and trigger outputs are counted from 1. Any number may come as an axis.
+static int32_t NumberOf(int32_t axis)
+{
+    return axis == std::numeric_limits<int32_t>::max() ? axis : axis + 1;
+}
+
 // How many points a period has, at a rate of the table that makes them fit.
 struct ZVK_WaveLength
 {
@@ -154,14 +160,14 @@ static ZVK_WaveLength FitWave(int32_t frequency, double cycleS, int32_t mostPoin
     ZVK_WaveLength wave = {TruncateStageCount(1.0 / (frequency * cycleS)), 1};
     if (mostPoints < 1 || mostPoints >= wave.points) return wave;
     wave.rate = wave.points / mostPoints + 1;
-    wave.points = TruncateStageCount(1.0 / (frequency * (wave.rate * cycleS)));
+    wave.points = TruncateStageCount(1.0 / (static_cast<double>(frequency) * wave.rate * cycleS));
     return wave;
 }
 
 int32_t StartOnController(int32_t axis, double amplitude, int32_t frequency)
 {
     const int32_t id = g_stage.piId;
-    const int32_t number = axis + 1;  // of table, generator and trigger output
+    const int32_t number = NumberOf(axis);  // of table, generator and trigger output
     Try(StageLink().clearWave(id, number));
     if (ControllerAxis(axis) == nullptr) return ZVK_STAGE_BAD_AXIS;
     double cycleS = 0.0;
@@ -183,5 +189,5 @@ int32_t StartOnController(int32_t axis, double amplitude, int32_t frequency)
 
 bool StopOnController(int32_t axis)
 {
-    return StageLink().startGenerator(g_stage.piId, axis + 1, kGeneratorStop) != 0;
+    return StageLink().startGenerator(g_stage.piId, NumberOf(axis), kGeneratorStop) != 0;
 }

@@ -47,9 +47,11 @@ static double VoltsAt(int output, double position)
 
 bool FillOutput(int output, double position)
 {
-    const int32_t samples = std::max(g_stage.samplesPerChan, 0);
-    // An oscillation that failed half-way has changed the length of the block.
-    if (g_stage.buffer == nullptr || g_stage.bufferSamples < samples) {
+    const int32_t samples = g_stage.samplesPerChan;
+    if (samples < 0) return false;  // the length that a failed oscillation has left
+    // An oscillation that failed half-way has changed the length of the block, and with it the
+    // place of the second output: the other one must not play what is left there.
+    if (g_stage.buffer == nullptr || g_stage.bufferSamples != samples) {
         if (!MakeBuffer(samples)) return false;
         for (int other = 0; other < kStageOutputs; ++other)
             std::fill_n(g_stage.buffer + static_cast<int64_t>(other) * samples, samples,
@@ -119,14 +121,15 @@ static int32_t ConfigureOutputs(SessionHandle vi, const char *device)
 // The results are not looked at: a position that can't be read back shows at its call.
 static void MakeInputs(const char *device)
 {
+    for (void *&task : g_stageInputs) {
+        ClearStaleTask(task);
+        (void)Daq().createTask("", &task);
+    }
     for (int output = 0; output < kStageOutputs; ++output) {
         char channel[300];
         (void)std::snprintf(channel, sizeof channel, "%s/_ao%d_vs_aognd", device, output);
-        void *&task = g_stageInputs[output];
-        ClearStaleTask(task);
-        (void)Daq().createTask("", &task);
-        (void)Daq().createAIVoltageChan(task, channel, "", kDefaultTerminals, kMinVolts, kMaxVolts,
-                                        ZVK_DAQ_VOLTS, nullptr);
+        (void)Daq().createAIVoltageChan(g_stageInputs[output], channel, "", kDefaultTerminals,
+                                        kMinVolts, kMaxVolts, ZVK_DAQ_VOLTS, nullptr);
     }
 }
 
@@ -226,15 +229,19 @@ int32_t StartOnOutputs(int32_t axis, double amplitude, int32_t frequency)
     int32_t code = Daq().cfgOutputBuffer(g_stage.task, static_cast<uint32_t>(samples));
     if (code < 0) return code;
     if (!MakeBuffer(samples)) return ZVK_STAGE_NO_MEMORY;
+    // Steady at once: what ends here by a refusal leaves no volts that a later move would play.
+    (void)FillBothOutputs(g_stage.position[0], g_stage.position[1]);
 
     const double rate = SettleRate(static_cast<double>(frequency) * samples);
     code = Daq().cfgSampClkTiming(g_stage.task, "", rate, ZVK_DAQ_RISING, ZVK_DAQ_CONTINUOUS,
                                   static_cast<uint64_t>(samples));
     if (code < 0) return code;
-    if (!FillBothOutputs(g_stage.position[0], g_stage.position[1])) return ZVK_STAGE_NO_MEMORY;
     FillPeriod(axis, amplitude);
     code = WriteOutputs(kWriteTimeoutS);
-    if (code < 0) return code;
+    if (code < 0) {
+        (void)FillBothOutputs(g_stage.position[0], g_stage.position[1]);
+        return code;
+    }
     StartOutputs();
     KeepOscillating(axis, true);
     return ZVK_SUCCESS;

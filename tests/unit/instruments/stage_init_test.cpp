@@ -45,9 +45,8 @@ TEST_F(StageInit, TheOutputsAreBroughtUpStepByStepAndTheAnswerIsAWarning)
                "createAOVoltageChan(t1, \"Dev2/ao0:1\", \"\", 0, 10, 10348, \"\")",
                "cfgSampClkTiming(t1, \"\", 1000, 10280, 10123, 10)", "cfgOutputBuffer(t1, 10)",
                "setWriteAttribute(t1, 0x190C, 10424)", "writeAnalogF64(t1, 10, 0, 10, 0)",
-               "startTask(t1)", "createTask(t2, \"\")",
+               "startTask(t1)", "createTask(t2, \"\")", "createTask(t3, \"\")",
                "createAIVoltageChan(t2, \"Dev2/_ao0_vs_aognd\", \"\", -1, 0, 10, 10348, null)",
-               "createTask(t3, \"\")",
                "createAIVoltageChan(t3, \"Dev2/_ao1_vs_aognd\", \"\", -1, 0, 10, 10348, null)",
                "writeAnalogF64(t1, 10, 0, 1, 0)"}));
     EXPECT_EQ(card.Blocks()[0], std::vector<double>(20, 5.0)) << "5 V in the middle of 0 to 10 V";
