@@ -253,7 +253,8 @@ std::string StageController::Servo(const Words &words, double)
     return {};
 }
 
-std::string StageController::Velocity(const Words &words, double)
+// What an axis has travelled already stays travelled.
+std::string StageController::Velocity(const Words &words, double nowS)
 {
     std::vector<size_t> axes;
     std::vector<double> values;
@@ -261,8 +262,11 @@ std::string StageController::Velocity(const Words &words, double)
     for (const double value : values) {
         if (value <= 0.0 || value > m_settings.mostVelocity) return Fail(kBadVelocity);
     }
-    for (size_t i = 0; i < axes.size(); ++i)
-        m_axes[axes[i]].velocity = values[i];
+    for (size_t i = 0; i < axes.size(); ++i) {
+        StageAxis &row = m_axes[axes[i]];
+        if (!row.oscillates) GoTo(axes[i], row.to, nowS);
+        row.velocity = values[i];
+    }
     return {};
 }
 

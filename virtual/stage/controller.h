@@ -65,7 +65,7 @@ private:
     std::string Error(const Words &, double);
     std::string Accept(const Words &words, double);
     std::string Servo(const Words &words, double);
-    std::string Velocity(const Words &words, double);
+    std::string Velocity(const Words &words, double nowS);
     std::string Move(const Words &words, double nowS);
     std::string MoveBy(const Words &words, double nowS);
     std::string Home(const Words &words, double nowS);

@@ -49,6 +49,22 @@ TEST_F(VirtualStageTest, AMoveNeedsItsServoAndTravelsInTime)
     EXPECT_EQ(stage.State(0).position, 50.0);
 }
 
+TEST_F(VirtualStageTest, ANewVelocityLeavesWhatIsTravelled)
+{
+    stage.Ask("SVO 1 1");
+    stage.Ask("VEL 1 10");
+    stage.Ask("MOV 1 50");
+    now = 1.0;
+    stage.Ask("VEL 1 1");
+    EXPECT_NEAR(stage.State(0).position, 40.0, 1e-12);
+    now = 3.0;
+    EXPECT_NEAR(stage.State(0).position, 42.0, 1e-12);
+    now = 20.0;
+    stage.Ask("VEL 1 0.001");
+    EXPECT_EQ(stage.State(0).position, 50.0);
+    EXPECT_EQ(stage.Ask("ONT? 1"), "1=1.000000000e+00\n");
+}
+
 TEST_F(VirtualStageTest, NoAxisMovesWhenOneTargetIsBad)
 {
     stage.Ask("SVO 1 1 2 1");
