@@ -86,16 +86,15 @@ struct VirtualMotor::Inside
         for (const ParameterRange &range : kRanges)
             parameters[range.parameter] = range.atStart;
         variables[0] = settings.owner;
-        start = last = now();
+        last = now();
     }
 
     const double stepsEachUnit;
 
     mutable std::mutex guard;  // of all below
     std::function<double()> now = WallSeconds;
-    double start = 0.0;  // by `now`
     double last = 0.0;   // when the motor was last brought up to date
-    double timeS = 0.0;  // since the start
+    double timeS = 0.0;  // since the board was made, or its clock changed
 
     double position;  // steps
     double stopAt;
@@ -291,6 +290,7 @@ void VirtualMotor::SetClock(const std::function<double()> &seconds)
     m_inside->Turn();
     m_inside->now = seconds ? seconds : WallSeconds;
     m_inside->last = m_inside->now();
+    m_inside->timeS = 0.0;
 }
 
 VirtualMotorState VirtualMotor::State() const

@@ -51,7 +51,7 @@ struct VirtualMotorState
 // A command, and how the board stood behind it.
 struct VirtualMotorEvent
 {
-    double timeS = 0.0;  // by the board's clock
+    double timeS = 0.0;  // by the board's clock, since it was made or the clock changed
     uint8_t command = 0;
     uint8_t type = 0;
     uint8_t motor = 0;
@@ -77,7 +77,8 @@ public:
     ServedPort &Port();
 
     // Seconds from any start, never falling; null: real time. Asked on the threads of the board and
-    // of State. The motor stays where it is when the clock is changed.
+    // of State. The motor stays where it is when the clock is changed, and events count from 0 s
+    // again.
     void SetClock(const std::function<double()> &seconds);
 
     VirtualMotorState State() const;
