@@ -147,6 +147,71 @@ TEST_F(LaserInit, SimulateAboveOneTakesTheHardwaresWayWhileSetCallsActSimulated)
     EXPECT_EQ(status, 3);
 }
 
+TEST_F(LaserInit, SimulateAboveOneWithLevelsMakesTheirTasksAndMovesNoLevelAndNoInterlock)
+{
+    Write({.simulate = "2", .backend = "4"});
+    EXPECT_EQ(ZVK_Laser_Init(0, 0, 0), 0);
+    EXPECT_EQ(card.Calls(), Join({kShutterTask, kShuttersClosed, kLevelTasks, kShuttersClosed}));
+    EXPECT_EQ(g_laser.driveSetpoint, 3.0) << "taken as a power";
+    ForgetCalls();
+    EXPECT_EQ(ZVK_Laser_Interlock(0, 1), 0);
+    EXPECT_EQ(card.Calls(), Calls{});
+    EXPECT_EQ(ZVK_Laser_Shutdown(0), 0);
+    EXPECT_EQ(card.Calls(), Join({kShuttersClosed, {"stopTask(t1)", "clearTask(t1)"}}));
+    EXPECT_EQ(card.OpenTasks(), 2) << "it goes down as a simulated one";
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(ZVK_Laser_Init(0, 0, 0), 0);
+        EXPECT_EQ(card.OpenTasks(), 3) << "the next start replaces what stayed";
+        EXPECT_EQ(ZVK_Laser_Shutdown(0), 0);
+    }
+    EXPECT_EQ(card.Misuses(), 0);
+}
+
+TEST_F(LaserInit, SimulateAboveOneOverThePortGoesDownAsASimulatedOneAndKeepsThePort)
+{
+    BringUp({.simulate = "2"});
+    EXPECT_EQ(ZVK_Laser_Shutdown(0), 0);
+    EXPECT_EQ(ports.Calls(), Calls{}) << "neither CDO nor a close";
+    EXPECT_EQ(card.Calls(), Join({kShuttersClosed, {"stopTask(t1)", "clearTask(t1)"}}));
+    EXPECT_EQ(g_laser.initialised, 0);
+    EXPECT_EQ(ports.OpenPorts(), 1);
+    EXPECT_EQ(ZVK_Laser_Init(0, 0, 0), 0);
+    EXPECT_EQ(ports.OpenPorts(), 1) << "the same one";
+}
+
+TEST_F(LaserInit, OnlySimulateOneIsASimulatedLaserAndOnlySimulateZeroIsACard)
+{
+    Write({.simulate = "-1"});
+    EXPECT_EQ(ZVK_Laser_Init(0, 0, 0), 0);
+    EXPECT_EQ(g_laser.comPort, 7) << "the hardware's way";
+    for (const char *noCard : {"2", "-1"}) {
+        g_laser = {};
+        g_laser.daqSimulated = 0;
+        ForgetCalls();
+        Write({.cardSimulate = noCard, .simulate = "1"});
+        EXPECT_EQ(ZVK_Laser_Init(0, 0, 0), 0);
+        EXPECT_EQ(g_laser.daqSimulated, 1);
+        EXPECT_EQ(card.Calls(), Calls{});
+    }
+}
+
+TEST_F(LaserInit, AnInstrumentWithOnePathComesUpWithItsOneShutterClosed)
+{
+    const Calls closedA = {"readDigitalScalarU32(t1, 10)", "writeDigitalScalarU32(t1, 0, 10, 4)",
+                           "writeDigitalScalarU32(t1, 0, 10, 0)"};
+    Write({.trapPaths = "1"});
+    EXPECT_EQ(ZVK_Laser_Init(0, 0, 0), 0);
+    EXPECT_EQ(card.Calls(), Join({kShutterTask, closedA, kInterlockOff, closedA}));
+    EXPECT_EQ(ZVK_Laser_Shutdown(0), 0);
+    ForgetCalls();
+    Write({.backend = "4", .trapPaths = "1"});
+    EXPECT_EQ(ZVK_Laser_Init(0, 0, 0), 0);
+    const Calls calls = card.Calls();
+    EXPECT_EQ((Calls{calls.end() - 3, calls.end()}),
+              (Calls{"readDigitalScalarU32(t2, 10)", "writeDigitalScalarU32(t2, 0, 10, 4)",
+                     "writeDigitalScalarU32(t2, 0, 10, 0)"}));
+}
+
 TEST_F(LaserInit, AnUnknownBackEndGivesZeroAndStaysDown)
 {
     Write({.backend = "2"});
@@ -378,6 +443,20 @@ TEST_F(LaserInit, NoFailureOfALineOrOfTheWireKeepsALaserFromComingUp)
         Write({});
         ports.FailAt(nth);
         EXPECT_EQ(ZVK_Laser_Init(0, 0, 0), 0) << nth;
+        EXPECT_TRUE(ports.Failed());
+        EXPECT_EQ(ZVK_Laser_Shutdown(0), 0);
+    }
+}
+
+TEST_F(LaserInit, WhatTheSearchDoesBesidesAskingMayFail)
+{
+    const std::pair<const char *, int64_t> steps[] = {{"setTimeout", 1},  {"flushInput", 1},
+                                                      {"flushOutput", 1}, {"write", 1},
+                                                      {"flushInput", 2},  {"flushOutput", 2}};
+    for (const auto &[entry, nth] : steps) {
+        Write({});
+        ports.FailCall(entry, nth);
+        EXPECT_EQ(ZVK_Laser_Init(0, 0, 0), 0) << entry << nth;
         EXPECT_TRUE(ports.Failed());
         EXPECT_EQ(ZVK_Laser_Shutdown(0), 0);
     }

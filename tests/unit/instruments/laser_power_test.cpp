@@ -124,6 +124,34 @@ TEST_F(LaserPower, LevelsGiveTheirSetpointEvenBeforeInit)
     EXPECT_EQ(card.Calls(), Calls{});
 }
 
+TEST_F(LaserPower, BothBackEndsGiveTheSetpointUntilTheSerialOneIsUp)
+{
+    g_laser.backend = 5;
+    g_laser.driveSetpoint = 0.75;
+    EXPECT_EQ(PowerNow(), 0.75);
+    BringUp({.backend = "5"});
+    EXPECT_EQ(PowerNow(), 1.5) << "its reply";
+}
+
+TEST_F(LaserPower, AnUnknownBackEndTellsThatThereIsNoLaser)
+{
+    BringUpSerial();
+    g_laser.backend = 2;
+    double value = -9.0;
+    EXPECT_EQ(ZVK_Laser_GetPower(0, &value), ZVK_LASER_NOT_FOUND);
+    EXPECT_EQ(ZVK_Laser_SetMode(0, 1), ZVK_LASER_NOT_FOUND);
+    EXPECT_EQ(ZVK_Laser_SetMode(0, 2), ZVK_LASER_NOT_FOUND);
+    EXPECT_EQ(ZVK_Laser_GetCurrent(0, &value), ZVK_LASER_WRONG_MODE) << "the mode comes first";
+    EXPECT_EQ(g_laser.mode, 0);
+    g_laser.mode = 1;
+    EXPECT_EQ(ZVK_Laser_GetPower(0, &value), ZVK_LASER_WRONG_MODE) << "the mode comes first";
+    EXPECT_EQ(ZVK_Laser_SetCurrent(0, 1.0), ZVK_LASER_NOT_FOUND);
+    EXPECT_EQ(ZVK_Laser_GetCurrent(0, &value), ZVK_LASER_NOT_FOUND);
+    EXPECT_EQ(value, -9.0);
+    EXPECT_EQ(g_laser.driveSetpoint, 3.5);
+    EXPECT_EQ(ports.Calls(), Calls{});
+}
+
 TEST_F(LaserPower, EachLevelHasItsBitsAndItsPower)
 {
     struct Row
@@ -417,6 +445,20 @@ TEST_F(LaserPower, ValuesOfTheKeysAreGivenWhileTheLaserIsUp)
     EXPECT_EQ(ZVK_Laser_GetMode(0, nullptr), 0);
     EXPECT_EQ(ZVK_Laser_GetBackend(0, nullptr), 0);
     EXPECT_EQ(ZVK_Laser_GetInitStatus(0, nullptr), 0);
+}
+
+TEST_F(LaserPower, ValuesOfTheKeysAreGivenAtInitialisedOneAlone)
+{
+    BringUpSimulated();
+    g_laser.initialised = 2;
+    double value = -9.0;
+    int32_t number = -9;
+    EXPECT_EQ(ZVK_Laser_GetMode(0, &number), ZVK_LASER_NOT_FOUND);
+    EXPECT_EQ(ZVK_Laser_GetMaxPower(0, &value), ZVK_LASER_NOT_FOUND);
+    EXPECT_EQ(number, -9);
+    EXPECT_EQ(value, -9.0);
+    EXPECT_EQ(ZVK_Laser_GetInitStatus(0, &number), 0);
+    EXPECT_EQ(number, 3) << "the flag plus SIMULATE";
 }
 
 TEST_F(LaserPower, ARealLaserHasInitStatusOne)
