@@ -102,6 +102,49 @@ TEST_F(BeamPowerInit, EachMissingKeyOfTheCardIsTheStatus)
     EXPECT_TRUE(card.Calls().empty());
 }
 
+TEST_F(BeamPowerInit, KeysAndTableAreReadInTheirOrder)
+{
+    // Each is missing together with all that come behind it: the log tells the first one.
+    const std::pair<const char *, const char *> steps[] = {
+        {"[BEAMPOWER 0]\r\n", "MI"},
+        {"MI=1\r\n", "BACKEND"},
+        {"BACKEND=1\r\n", "SIMULATE"},
+        {"SIMULATE=0\r\n", "SCALE"},
+        {"SCALE=4\r\n", "DAQNAME"},
+        {"", "DAQNAME"},
+        {"[SUBDAQ]\r\nDAQNAME=\"Dev2\"\r\n", "BACKEND"},
+    };
+    std::string text;
+    for (const auto &[line, missing] : steps) {
+        text += line;
+        folder.Remove("log.ini");
+        folder.Write("config.ini", text);
+        EXPECT_EQ(ZVK_BeamPower_Init(0, 0, 0, 0), ZVK_CONFILE_NOT_FOUND) << missing;
+        EXPECT_NE(Log().find(missing), std::string::npos) << missing << " in " << Log();
+    }
+    EXPECT_TRUE(card.Calls().empty());
+    WriteConfig();
+    text = "[CALVALUE A]\r\nNUM=2\r\n";
+    for (const char *missing : {"V1", "P1", "V2", "P2"}) {
+        folder.Remove("log.ini");
+        folder.Write("qdmr.bin", text);
+        EXPECT_EQ(ZVK_BeamPower_Init(0, 0, 0, 0), ZVK_CONFILE_NOT_FOUND) << missing;
+        EXPECT_NE(Log().find(missing), std::string::npos) << missing << " in " << Log();
+        text += std::string(missing) + "=1\r\n";
+    }
+}
+
+TEST_F(BeamPowerInit, ATaskThatIsThereIsTakenOverWithoutALookAtTheKeysOfTheCard)
+{
+    BringUp(0);
+    WriteConfigWithout("SUBDAQ", "DAQNAME");
+    EXPECT_EQ(ZVK_BeamPower_DaqInit(0, 0), 0);
+    g_beamPower[0].initialized = 0;
+    EXPECT_EQ(ZVK_BeamPower_Init(0, 0, 0, 0), 0);
+    EXPECT_EQ(card.Calls(), Calls{"writeAnalogScalarF64(t1, 1, 10, 0)"});
+    EXPECT_EQ(ZVK_BeamPower_Init(0, 0, 0, 1), ZVK_CONFILE_NOT_FOUND) << "the other path has none";
+}
+
 TEST_F(BeamPowerInit, ACardWithAnEvenBackEndHasNoTaskAndInitSucceedsAllTheSame)
 {
     WriteConfig({}, {}, 2);
@@ -290,6 +333,25 @@ TEST_F(BeamPowerInit, AMissingPathBEndsShutdownBehindPathAAndKeepsTheTables)
     folder.Remove("qdmr.bin");
     EXPECT_EQ(ZVK_BeamPower_Init(0, 0, 0, 0), 0);
     EXPECT_EQ(g_beamPower[0].hasCalibration, 0) << "the next Init replaces it";
+}
+
+TEST_F(BeamPowerInit, AMissingPathAKeepsPathBsTaskAndTableAndASimulatedOneDoesNot)
+{
+    WriteConfig({0}, {});
+    WriteTable({}, {{"0", "0"}, {"2", "10"}});
+    ASSERT_EQ(ZVK_BeamPower_Init(0, 0, 0, 0), ZVK_BEAMEXPANDER_NOT_FOUND);
+    ASSERT_EQ(ZVK_BeamPower_Init(0, 0, 0, 1), 0);
+    EXPECT_EQ(ZVK_BeamPower_Shutdown(0), ZVK_BEAMPOWER_NOT_FOUND);
+    EXPECT_EQ(card.OpenTasks(), 1);
+    EXPECT_EQ(g_beamPower[1].numPoints, 2);
+    EXPECT_EQ(ZVK_BeamPower_SetPower(0, 1, 1.0), 0) << "it still works";
+    EXPECT_EQ(card.Blocks().back(), std::vector<double>{2.0});
+    WriteConfig({1, 1, 1}, {});
+    ASSERT_EQ(ZVK_BeamPower_Init(0, 0, 0, 0), 0);
+    EXPECT_EQ(ZVK_BeamPower_Shutdown(0), 0);
+    EXPECT_EQ(card.OpenTasks(), 0);
+    EXPECT_EQ(g_beamPower[1].calibration, nullptr);
+    EXPECT_EQ(g_beamPower[1].hasCalibration, 0);
 }
 
 TEST_F(BeamPowerInit, MiZeroCountsAsMissingAlsoOnAPathThatIsUp)

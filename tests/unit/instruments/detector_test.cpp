@@ -167,6 +167,25 @@ TEST_F(Detector, EachMissingKeyIsTheStatusAndTheKeysBeforeItCount)
     EXPECT_TRUE(clock.Delays().empty());
 }
 
+TEST_F(Detector, KeysAreReadInTheirOrder)
+{
+    // Each is missing together with all that come behind it: the log tells the first one.
+    const std::pair<const char *, const char *> steps[] = {
+        {"", "MI"},
+        {"MI=1\r\n", "SIMULATE"},
+        {"SIMULATE=0\r\n", "DET_A_NAME"},
+        {"DET_A_NAME=\"DKL-1\"\r\n", "DET_B_NAME"},
+    };
+    std::string text = "[FORCE]\r\n";
+    for (const auto &[line, missing] : steps) {
+        text += line;
+        folder.Remove("log.ini");
+        folder.Write("config.ini", text);
+        EXPECT_EQ(ZVK_Detector_Init(0, 0, 0), ZVK_CONFILE_NOT_FOUND) << missing;
+        EXPECT_NE(folder.Read("log.ini").find(missing), std::string::npos) << missing;
+    }
+}
+
 TEST_F(Detector, AllFourKeysAreReadBeforeTheyAreLookedAt)
 {
     WriteConfig(0, 1, "DKL-1", "");
@@ -205,6 +224,21 @@ TEST_F(Detector, SimulatedGainsAreKeptAndNothingIsPosted)
     EXPECT_EQ(ZVK_Detector_SetGain(0, 0, 1), 0) << "there was no link to close";
     EXPECT_TRUE(NewPosts().empty());
     EXPECT_TRUE(programs.Launched().empty());
+}
+
+TEST_F(Detector, AnySimulateButZeroIsSimulatedAndKeptAsOne)
+{
+    for (const int simulate : {2, -1}) {
+        ResetDetectors();
+        WriteConfig(1, simulate);
+        EXPECT_EQ(ZVK_Detector_Init(0, 0, 0), 0);
+        for (const ZVK_DetectorState &row : g_detector) {
+            EXPECT_EQ(row.exists, 1);
+            EXPECT_EQ(row.simulate, 1);
+        }
+    }
+    EXPECT_TRUE(programs.Launched().empty());
+    EXPECT_TRUE(clock.Delays().empty());
 }
 
 TEST_F(Detector, EachGainGoesOutAboveTheChannel)
@@ -330,6 +364,27 @@ TEST_F(Detector, ASecondInitRunsAgainAndStartsTheProgramAgain)
     EXPECT_EQ(programs.Held(), 1) << "the first handle is given back";
     EXPECT_EQ(NewPosts().size(), 5U);
     EXPECT_EQ(g_detector[0].gain, 10);
+}
+
+TEST_F(Detector, AProgramThatCannotBeStartedAgainLeavesTheLinkOfTheFirstOne)
+{
+    BringUp();
+    (void)NewPosts();
+    programs.FailLaunches(ZVK_LAUNCH_NOT_FOUND);
+    EXPECT_EQ(ZVK_Detector_Init(0, 0, 0), ZVK_LAUNCH_NOT_FOUND);
+    EXPECT_EQ(g_detectorLink.linkOpen, 1);
+    EXPECT_TRUE(NewPosts().empty()) << "no names";
+    EXPECT_EQ(ZVK_Detector_SetGain(0, 1, 1), 0);
+    EXPECT_EQ(ZVK_Detector_Shutdown(0), 0);
+    EXPECT_EQ(NewPosts(), (Posts{Order(2, 0x40 | 2), Order(3, 0)}));
+}
+
+TEST_F(Detector, TheMessageIsRegisteredBeforeTheProgramIsStarted)
+{
+    WriteConfig(1, 0);
+    programs.FailLaunches(ZVK_LAUNCH_NOT_FOUND);
+    EXPECT_EQ(ZVK_Detector_Init(0, 0, 0), ZVK_LAUNCH_NOT_FOUND);
+    EXPECT_EQ(g_detectorLink.eventMessage, 0xC001U) << "also when it can't be started";
 }
 
 TEST_F(Detector, HardwareBehindSimulationSendsItsFirstGains)
