@@ -5,10 +5,12 @@
 #include "platform/stagelink.h"
 
 #include "platform/backends.h"
+#include "platform/clock.h"
 #include "platform/stagelink_text.h"
 #include "platform/tcp.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <mutex>
 #include <new>
@@ -80,12 +82,17 @@ enum class Answer
     lost
 };
 
+// One reply, or several that came together. The time-out is that of the whole: a controller that
+// dribbles bytes holds nobody up for longer.
 static Answer Receive(Connection &connection, double timeoutS, std::string &reply)
 {
+    const double endS = Clock().timer() + timeoutS;
     reply.clear();
     char bytes[1024];
     while (!IsCompleteReply(reply)) {
-        const int64_t got = Tcp().receive(connection.handle, bytes, sizeof bytes, timeoutS);
+        const double leftS = endS - Clock().timer();
+        if (leftS <= 0.0) return Answer::timedOut;
+        const int64_t got = Tcp().receive(connection.handle, bytes, sizeof bytes, leftS);
         if (got == 0) return Answer::timedOut;
         if (got < 0 || reply.size() > kLongestReply) {
             (void)Lose(connection, ZVK_LINK_LOST);
@@ -97,18 +104,24 @@ static Answer Receive(Connection &connection, double timeoutS, std::string &repl
 }
 
 // The controller's own error, which it forgets by telling. One that does not even tell this is
-// lost.
-static int32_t AskError(Connection &connection)
+// lost. Behind a question that timed out, the answer to that may still come first: it is passed
+// over, so that it is neither taken for the error nor for the answer to a later question.
+static int32_t AskError(Connection &connection, bool answerIsOwed)
 {
-    std::string reply;
     if (!Send(connection, "ERR?")) return connection.lastError;
-    switch (Receive(connection, kErrorTimeoutS, reply)) {
-    case Answer::lost: return connection.lastError;
-    case Answer::timedOut: (void)Lose(connection, ZVK_LINK_TIMED_OUT); return ZVK_LINK_TIMED_OUT;
-    case Answer::complete: break;
-    }
+    const double endS = Clock().timer() + kErrorTimeoutS;
+    std::string reply;
     int32_t code = 0;
-    return ReadWhole(reply, &code) ? code : static_cast<int32_t>(ZVK_LINK_BAD_REPLY);
+    do {
+        const Answer answer = Receive(connection, endS - Clock().timer(), reply);
+        if (answer == Answer::lost) return connection.lastError;
+        if (answer == Answer::timedOut) {
+            (void)Lose(connection, ZVK_LINK_TIMED_OUT);
+            return ZVK_LINK_TIMED_OUT;
+        }
+        if (ReadErrorCode(reply, &code)) return code;
+    } while (answerIsOwed);
+    return ZVK_LINK_BAD_REPLY;
 }
 
 static int32_t Set(int32_t id, const std::string &command)
@@ -116,7 +129,7 @@ static int32_t Set(int32_t id, const std::string &command)
     Connection *connection = Find(id);
     if (connection == nullptr) return 0;
     if (!Send(*connection, command)) return 0;
-    const int32_t error = AskError(*connection);
+    const int32_t error = AskError(*connection, false);
     if (error == 0) return 1;
     connection->lastError = error;
     return 0;
@@ -130,7 +143,7 @@ static bool Query(int32_t id, const std::string &command, std::string &reply)
     const Answer answer = Receive(*connection, kReplyTimeoutS, reply);
     if (answer == Answer::complete) return true;
     if (answer == Answer::lost) return false;
-    const int32_t error = AskError(*connection);
+    const int32_t error = AskError(*connection, true);
     connection->lastError = error != 0 ? error : static_cast<int32_t>(ZVK_LINK_TIMED_OUT);
     return false;
 }
@@ -141,11 +154,16 @@ static int32_t Refuse(int32_t id, int32_t error)
     return 0;
 }
 
+// What is none has no place in a command.
+static bool IsNumber(double value) { return std::isfinite(value); }
+
 template <class Value>
 static int32_t SetAxes(int32_t id, const char *mnemonic, const char *axes, const Value *values)
 {
     const std::vector<std::string> names = AxisNames(axes);
     if (names.empty()) return Refuse(id, ZVK_LINK_BAD_AXIS);
+    if (!std::all_of(values, values + names.size(), IsNumber))
+        return Refuse(id, ZVK_LINK_BAD_ARGUMENT);
     std::string command = mnemonic;
     for (size_t i = 0; i < names.size(); ++i)
         command += " " + names[i] + " " + NumberText(values[i]);
@@ -156,6 +174,7 @@ template <class Value>
 static int32_t QueryAxisValues(int32_t id, const char *mnemonic, const char *axes, Value *values)
 {
     const std::vector<std::string> names = AxisNames(axes);
+    if (names.empty()) return Refuse(id, ZVK_LINK_BAD_AXIS);
     std::string command = mnemonic;
     for (const std::string &name : names)
         command += " " + name;
@@ -288,7 +307,7 @@ static int32_t Stop(int32_t id)
     return Guarded(id, [=]() -> int32_t {
         Connection *connection = Find(id);
         if (connection == nullptr || !Send(*connection, "STP")) return 0;
-        const int32_t error = AskError(*connection);
+        const int32_t error = AskError(*connection, false);
         if (error == 0 || error == ZVK_LINK_STOPPED) return 1;
         return Refuse(id, error);
     });
@@ -334,6 +353,7 @@ static int32_t WaveSine(int32_t id, int32_t table, int32_t first, int32_t count,
     return Guarded(id, [=]() -> int32_t {
         static const char *const kModes[] = {"X", "+", "&"};
         if (mode < 0 || mode > 2) return Refuse(id, ZVK_LINK_BAD_ARGUMENT);
+        if (!IsNumber(amplitude) || !IsNumber(offset)) return Refuse(id, ZVK_LINK_BAD_ARGUMENT);
         return Set(id, "WAV " + NumberText(table) + " " + kModes[mode] + " SIN_P " +
                            NumberText(segment) + " " + NumberText(amplitude) + " " +
                            NumberText(offset) + " " + NumberText(count) + " " + NumberText(first) +
@@ -343,7 +363,8 @@ static int32_t WaveSine(int32_t id, int32_t table, int32_t first, int32_t count,
 
 static int32_t SetTriggerOutput(int32_t id, int32_t line, int32_t parameter, double value)
 {
-    return Guarded(id, [=] {
+    return Guarded(id, [=]() -> int32_t {
+        if (!IsNumber(value)) return Refuse(id, ZVK_LINK_BAD_ARGUMENT);
         return Set(id, "CTO " + NumberText(line) + " " + NumberText(parameter) + " " +
                            NumberText(value));
     });

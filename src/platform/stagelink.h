@@ -13,7 +13,7 @@
 // - getError: the last error of the controller or of the connection, once; 0 for none.
 // - translateError: puts a text for a code, cut to the buffer and ended by a zero.
 // - axes: names of axes, such as "1 \n2 \n3 \n"; a single one may be cut out of such a list. A
-//   null or empty list stands for the controller's axes.
+//   null or empty list names none and fails, but for defineHome, where it means all of them.
 // - setOnline: by the numbers of the piezo channels.
 // - stop: ends all moves and generators. The controller reports the stop as an error of its own,
 //   which is read and dropped.

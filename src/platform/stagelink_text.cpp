@@ -102,6 +102,7 @@ bool ReadNumber(std::string_view text, double *value)
     double read = 0.0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), read);
     if (result.ec != std::errc() || !std::isfinite(read)) return false;
+    if (result.ptr != text.data() + text.size() && !IsBlank(*result.ptr)) return false;
     *value = read;
     return true;
 }
@@ -113,6 +114,20 @@ bool ReadWhole(std::string_view text, int32_t *value)
     if (!ReadNumber(text, &read)) return false;
     if (read < -2147483648.0 || read > 2147483647.0) return false;
     *value = static_cast<int32_t>(read);
+    return true;
+}
+
+bool ReadErrorCode(std::string_view reply, int32_t *code)
+{
+    while (!reply.empty() && IsBlank(reply.back()))
+        reply.remove_suffix(1);
+    const size_t end = reply.rfind('\n');
+    const std::string_view line =
+        WithoutBlanksInFront(end == std::string_view::npos ? reply : reply.substr(end + 1));
+    int32_t read = 0;
+    const auto result = std::from_chars(line.data(), line.data() + line.size(), read);
+    if (result.ec != std::errc() || result.ptr != line.data() + line.size()) return false;
+    *code = read;
     return true;
 }
 

@@ -36,10 +36,13 @@ std::vector<std::string> AxisNames(const char *axes);
 // It ends in a line feed that stands behind no blank.
 bool IsCompleteReply(std::string_view reply);
 
-// The first number in the text, behind blanks; what follows it is passed over. The value stays as
-// it was when there is none.
+// The first word of the text, which must be a finite number; what follows is passed over. The value
+// stays as it was when there is none.
 bool ReadNumber(std::string_view text, double *value);
 bool ReadWhole(std::string_view text, int32_t *value);
+
+// The reply to the question for the error: the last line, and nothing but a whole number in it.
+bool ReadErrorCode(std::string_view reply, int32_t *code);
 
 // What stands behind the first equals sign; empty without one.
 std::string_view BehindEquals(std::string_view text);
