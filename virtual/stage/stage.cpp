@@ -9,6 +9,8 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <cmath>
+#include <condition_variable>
 #include <cstdio>
 #include <mutex>
 #include <netinet/in.h>
@@ -24,11 +26,12 @@
 struct VirtualStage::Inside
 {
     explicit Inside(const VirtualStageSettings &settings)
-        : clock(settings.clock), controller(settings)
+        : clock(settings.clock), onTrigger(settings.onTrigger), controller(settings)
     {
     }
 
     std::function<double()> clock;
+    std::function<void(const VirtualStageTrigger &)> onTrigger;
     std::chrono::steady_clock::time_point made = std::chrono::steady_clock::now();
 
     mutable std::mutex mutex;  // what follows
@@ -36,6 +39,7 @@ struct VirtualStage::Inside
     VirtualStageFault fault;
     std::vector<VirtualStageLine> lines;
     std::string partial;  // of a command
+    std::string held;     // answers that have not gone out
 
     int listener = -1;
     int wake = -1;
@@ -44,7 +48,12 @@ struct VirtualStage::Inside
     std::atomic<int> connections = 0;
     std::atomic<bool> ending = false;
     std::atomic<bool> hangUp = false;
+    std::atomic<bool> refuse = false;
     std::thread thread;
+
+    std::mutex refusalMutex;
+    std::condition_variable refusalChanged;
+    bool refusalKept = false;  // as told by `refuse`
 
     double Now() const
     {
@@ -54,6 +63,10 @@ struct VirtualStage::Inside
 
     std::string Ask(const std::string &command);
     void Listen(int wanted);
+    bool Bind(int wanted);
+    void CloseListener();
+    void KeepRefusal(bool refused);
+    void Rest(double seconds);
     void Run();
     void Accept();
     void Serve();
@@ -64,18 +77,22 @@ struct VirtualStage::Inside
 std::string VirtualStage::Inside::Ask(const std::string &command)
 {
     const double now = Now();
-    const std::lock_guard lock(mutex);
+    std::unique_lock lock(mutex);
     std::string answer = controller.Answer(command, now);
     if (fault.silent) answer.clear();
     if (fault.garbled && !answer.empty()) answer = "\x15~#?!\n";
     lines.push_back({now, command, answer});
+    const std::vector<VirtualStageTrigger> triggers = controller.TakeTriggers();
+    lock.unlock();
+    if (!onTrigger) return answer;
+    for (const VirtualStageTrigger &trigger : triggers)
+        onTrigger(trigger);
     return answer;
 }
 
-void VirtualStage::Inside::Listen(int wanted)
+bool VirtualStage::Inside::Bind(int wanted)
 {
     listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    wake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     const int on = 1;
     (void)setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     sockaddr_in address = {};
@@ -83,15 +100,25 @@ void VirtualStage::Inside::Listen(int wanted)
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     address.sin_port = htons(static_cast<uint16_t>(wanted));
     socklen_t size = sizeof address;
-    const bool good = listener >= 0 && wake >= 0 &&
+    const bool good = listener >= 0 &&
                       bind(listener, reinterpret_cast<sockaddr *>(&address), size) == 0 &&
                       listen(listener, 4) == 0 &&
                       getsockname(listener, reinterpret_cast<sockaddr *>(&address), &size) == 0;
-    if (good) {
-        port = ntohs(address.sin_port);
-        return;
-    }
+    if (good) port = ntohs(address.sin_port);
+    if (!good) CloseListener();
+    return good;
+}
+
+void VirtualStage::Inside::CloseListener()
+{
     if (listener >= 0) (void)close(listener);
+    listener = -1;
+}
+
+void VirtualStage::Inside::Listen(int wanted)
+{
+    wake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (wake >= 0 && Bind(wanted)) return;
     if (wake >= 0) (void)close(wake);
     throw std::runtime_error("the virtual stage found no free port");
 }
@@ -101,6 +128,7 @@ void VirtualStage::Inside::DropClient()
     const int handle = client.exchange(-1);
     if (handle >= 0) (void)close(handle);
     partial.clear();
+    held.clear();
 }
 
 void VirtualStage::Inside::Accept()
@@ -114,15 +142,27 @@ void VirtualStage::Inside::Accept()
     ++connections;
 }
 
+// Until the time is over or something is wanted of this thread.
+void VirtualStage::Inside::Rest(double seconds)
+{
+    pollfd entry = {wake, POLLIN, 0};
+    (void)poll(&entry, 1, static_cast<int>(std::lround(seconds * 1000.0)));
+}
+
 void VirtualStage::Inside::Send(const std::string &answer)
 {
+    if (answer.empty()) return;
     VirtualStageFault now;
+    held += answer;
     {
         const std::lock_guard lock(mutex);
         now = fault;
+        if (fault.heldAnswers > 0) --fault.heldAnswers;
     }
-    std::string bytes = answer;
-    const bool cut = now.closeBehindBytes >= 0 && !answer.empty();
+    if (now.heldAnswers > 0) return;
+    if (now.slowS > 0.0) Rest(now.slowS);
+    std::string bytes = std::exchange(held, {});
+    const bool cut = now.closeBehindBytes >= 0;
     if (cut)
         bytes.resize(std::min<size_t>(bytes.size(), static_cast<size_t>(now.closeBehindBytes)));
     const size_t packet = now.byteByByte ? 1 : bytes.size();
@@ -148,6 +188,16 @@ void VirtualStage::Inside::Serve()
     }
 }
 
+// At a port without a listener the kernel refuses by itself.
+void VirtualStage::Inside::KeepRefusal(bool refused)
+{
+    const std::lock_guard lock(refusalMutex);
+    if (refused && listener >= 0) CloseListener();
+    if (!refused && listener < 0) (void)Bind(port);
+    refusalKept = refused;
+    refusalChanged.notify_all();
+}
+
 void VirtualStage::Inside::Run()
 {
     while (!ending) {
@@ -161,6 +211,7 @@ void VirtualStage::Inside::Run()
         if (hangUp.exchange(false)) DropClient();
         if (count == 3 && entries[2].revents != 0 && client >= 0) Serve();
         if (entries[1].revents != 0) Accept();
+        KeepRefusal(refuse);
     }
     DropClient();
 }
@@ -183,7 +234,7 @@ VirtualStage::~VirtualStage()
     m_inside->ending = true;
     Wake(m_inside->wake);
     m_inside->thread.join();
-    (void)close(m_inside->listener);
+    m_inside->CloseListener();
     (void)close(m_inside->wake);
 }
 
@@ -197,6 +248,14 @@ void VirtualStage::HangUp()
 {
     m_inside->hangUp = true;
     Wake(m_inside->wake);
+}
+
+void VirtualStage::RefuseConnections(bool refuse)
+{
+    m_inside->refuse = refuse;
+    Wake(m_inside->wake);
+    std::unique_lock lock(m_inside->refusalMutex);
+    m_inside->refusalChanged.wait(lock, [=, this] { return m_inside->refusalKept == refuse; });
 }
 
 VirtualStageAxis VirtualStage::State(int axis) const
@@ -218,7 +277,7 @@ void VirtualStage::Misbehave(const VirtualStageFault &fault)
 {
     const std::lock_guard lock(m_inside->mutex);
     m_inside->fault = fault;
-    m_inside->controller.Refuse(fault.refuse, fault.refuseCode);
+    m_inside->controller.Refuse(fault.refuse, fault.refuseNth, fault.refuseCode);
 }
 
 std::vector<VirtualStageLine> VirtualStage::Lines() const

@@ -4,6 +4,7 @@
 
 #include "platform/stagelink_text.h"
 #include "platform/tcp.h"
+#include "test_clock.h"
 
 #include <gtest/gtest.h>
 
@@ -93,6 +94,7 @@ protected:
         return all;
     }
 
+    TestClock clock;
     int32_t id = -1;
 };
 

@@ -43,9 +43,9 @@ TEST_F(VirtualStageTest, AMoveNeedsItsServoAndTravelsInTime)
     EXPECT_EQ(Error(), "0\n");
     now = 1.0;
     EXPECT_NEAR(stage.State(0).position, 40.0, 1e-12);
-    EXPECT_EQ(stage.Ask("ONT? 1"), "1=0.000000000e+00\n");
+    EXPECT_EQ(stage.Ask("ONT? 1"), "1=0\n");
     now = 2.5;
-    EXPECT_EQ(stage.Ask("ONT? 1"), "1=1.000000000e+00\n");
+    EXPECT_EQ(stage.Ask("ONT? 1"), "1=1\n");
     EXPECT_EQ(stage.State(0).position, 50.0);
 }
 

@@ -12,16 +12,30 @@
 // A question that is not understood is not answered either.
 //
 //     CSV? SAI? ONL SVO VCO DCO VEL PLM? NLM? MOV MVR MOV? POS? ONT? DFH STP
-//     WCL SPA? WMS? WTR WAV CTO WGO ERR?
+//     WCL SPA? WMS? WTR WAV CTO TWS WGO ERR?
 //
 // Switched on, servos are off, the axes stand at 30, 40 and 50 of a travel of 0 to 100, and a move
-// is refused. All calls from any thread.
+// is refused. Without velocity control an axis jumps. All calls from any thread.
 
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
+
+// A wave generator with a trigger output has begun to play, or has ended.
+struct VirtualStageTrigger
+{
+    int line = 0;  // 0 for trigger output 1, whose generator and axis have the same number
+    bool running = false;
+    double startS = 0.0;   // of the first period; of the end, where it has ended
+    double periodS = 0.0;  // of the wave, and of the pulses
+    // Into each period: where the table's trigger points are, or its first point without any.
+    std::vector<double> pulsesS;
+    // Where the generator holds the axis at a moment, from the origin at the start. Good for as
+    // long as it is kept.
+    std::function<double(double timeS)> position;
+};
 
 struct VirtualStageSettings
 {
@@ -31,9 +45,13 @@ struct VirtualStageSettings
     double servoCycleS = 50e-6;
     int32_t wavePoints = 8192;     // room of each wave table
     double mostVelocity = 1500.0;  // micrometres per second
+    bool startsOffline = false;    // its channels have to be set online before a move
     int port = 0;                  // 0: any that is free
     // Seconds; without one, since the controller was made.
     std::function<double()> clock;
+    // Called behind the command that starts or ends a generator, on the thread that serves it; it
+    // may ask this controller anything.
+    std::function<void(const VirtualStageTrigger &)> onTrigger;
 };
 
 struct VirtualStageAxis
@@ -41,7 +59,10 @@ struct VirtualStageAxis
     double position = 0.0;  // micrometres, from the present origin
     double target = 0.0;
     double velocity = 0.0;  // micrometres per second
+    bool online = true;
     bool servo = false;
+    bool velocityControl = true;
+    bool driftCompensation = false;
     bool onTarget = true;
     bool oscillates = false;
     double amplitude = 0.0;  // of the oscillation, half of its travel
@@ -57,8 +78,11 @@ struct VirtualStageFault
     bool silent = false;        // questions are not answered
     bool garbled = false;       // answers are noise
     bool byteByByte = false;    // each byte in a packet of its own
+    double slowS = 0.0;         // answers come so many seconds late, of real time
+    int heldAnswers = 0;        // so many are held back, and come in one packet with the one behind
     int closeBehindBytes = -1;  // hangs up behind so many bytes of the next answer; -1: never
-    std::string refuse;         // this command, such as "MOV", is refused
+    std::string refuse;         // this command, such as "MOV", is refused; empty: by number
+    int refuseNth = 0;          // only the nth one from now; 0: each one that is named
     int32_t refuseCode = 0;     // with this error
 };
 
@@ -82,6 +106,8 @@ public:
     int Connections() const;  // made so far
     bool IsConnected() const;
     void HangUp();  // on whoever is connected; the next one is taken
+    // Nobody listens at the port, or somebody does again; whoever is connected stays.
+    void RefuseConnections(bool refuse);
 
     VirtualStageAxis State(int axis) const;
     // Where an axis was or is at a moment of the clock, as far as its present move tells.
