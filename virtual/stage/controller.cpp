@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <iterator>
+#include <utility>
 
 constexpr uint32_t kServoCycleTime = 0x0E000200;
 constexpr double kOnTargetWithin = 1e-9;
@@ -234,9 +235,7 @@ std::string StageController::AxisNames(const Words &, double)
 
 std::string StageController::Error(const Words &, double)
 {
-    const std::string answer = std::to_string(m_error) + "\n";
-    m_error = 0;
-    return answer;
+    return std::to_string(std::exchange(m_error, 0)) + "\n";
 }
 
 std::string StageController::Switch(const Words &words, bool StageAxis::*which)
