@@ -261,8 +261,12 @@ std::string StageController::Servo(const Words &words, double)
     return Switch(words, &StageAxis::servo);
 }
 
-std::string StageController::VelocityControl(const Words &words, double)
+// An axis that has jumped stays where it is.
+std::string StageController::VelocityControl(const Words &words, double nowS)
 {
+    for (size_t axis = 0; axis < m_axes.size(); ++axis) {
+        if (!m_axes[axis].oscillates) GoTo(axis, m_axes[axis].to, nowS);
+    }
     return Switch(words, &StageAxis::velocityControl);
 }
 

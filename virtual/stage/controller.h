@@ -100,7 +100,7 @@ private:
     std::string Switch(const Words &words, bool StageAxis::*which);
     std::string Online(const Words &words, double);
     std::string Servo(const Words &words, double);
-    std::string VelocityControl(const Words &words, double);
+    std::string VelocityControl(const Words &words, double nowS);
     std::string DriftCompensation(const Words &words, double);
     std::string Velocity(const Words &words, double nowS);
     std::string Move(const Words &words, double nowS);

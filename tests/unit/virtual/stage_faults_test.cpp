@@ -208,6 +208,8 @@ TEST_F(VirtualStageFaults, WithoutVelocityControlAnAxisJumps)
     EXPECT_EQ(Place(1), 30.0);
     EXPECT_EQ(StageLink().setVelocityControl(id, "1 \n", &off), 1);
     EXPECT_EQ(Place(1), 60.0);
+    EXPECT_EQ(StageLink().setVelocityControl(id, "1 \n", kOnes), 1);
+    EXPECT_EQ(Place(1), 60.0);
 }
 
 TEST(VirtualStageOffline, AMoveNeedsItsChannelOnline)
