@@ -215,7 +215,7 @@ static void CallAll()
 
 TEST_F(IniFuzz, MutatedFilesNeitherCrashNorHangNorTakeMemory)
 {
-    const uint64_t rounds = Setting("ZVK_FUZZ_ROUNDS", 3000);
+    const uint64_t rounds = Setting("ZVK_FUZZ_ROUNDS", 8000);
     for (uint64_t round = 0; round < rounds && !HasFailure(); ++round) {
         const std::string text = NextText();
         EXPECT_TRUE(StaysAsItIs(text));
