@@ -45,42 +45,56 @@ static bool ReadWish(const Arguments &arguments, Wish &wish)
     return true;
 }
 
-// True when the status is an error, which is told.
-static bool Failed(const char *what, int32_t status)
+// True when the status is anything but success, which is told.
+static bool Tell(const char *what, int32_t status)
 {
-    if (status >= 0) return false;
+    if (status == 0) return false;
     char text[kMessageBytes] = "";
     (void)ZVK_error_message(kSession, status, text);  // writes a text for any number
     std::fprintf(stderr, "%s: %s\n", what, text);
     return true;
 }
 
+// The same for errors alone.
+static bool Failed(const char *what, int32_t status) { return status < 0 && Tell(what, status); }
+
 static bool Emit(const Wish &wish)
 {
-    if (Failed("The power is not set", ZVK_Laser_SetPower(kSession, wish.power))) return false;
+    // Their warnings are refusals, too. The drive starts at its maximum: where it did not take the
+    // power there must be no light.
+    if (Tell("The power is not set", ZVK_Laser_SetPower(kSession, wish.power))) return false;
     for (int32_t path = 0; path < 2; ++path) {
         if (!wish.open[path]) continue;
-        if (Failed("A shutter does not open", ZVK_Laser_SetShutter(kSession, path, 1)))
-            return false;
+        if (Tell("A shutter does not open", ZVK_Laser_SetShutter(kSession, path, 1))) return false;
     }
-    return !Failed("The laser does not emit", ZVK_Laser_Interlock(kSession, 1));
+    return !Tell("The laser does not emit", ZVK_Laser_Interlock(kSession, 1));
+}
+
+static bool EmitUntilTheEnd(LiveInput &input, const Wish &wish)
+{
+    const int32_t up = ZVK_Laser_Init(kSession, 0, 0);
+    if (Failed("The laser does not come up", up)) return false;
+    if (up > 0) {
+        std::fputs("There is no laser: see section LASER of config.ini.\n", stderr);
+        return false;
+    }
+    if (!Emit(wish)) return false;
+    std::printf("The laser emits at %g. Ctrl-C ends the emission.\n", wish.power);
+    std::fflush(stdout);
+    while (!input.Wait(kForEver).stop) {
+    }
+    return true;
 }
 
 static int HoldEmission(const Wish &wish)
 {
     LiveInput input;  // before the emission, so that no signal comes between
-    const int32_t up = ZVK_Laser_Init(kSession, 0, 0);
-    bool good = !Failed("The laser does not come up", up);
-    if (good && up > 0) {
-        std::fputs("There is no laser: see section LASER of config.ini.\n", stderr);
-        good = false;
-    }
-    if (good) good = Emit(wish);
-    if (good) {
-        std::printf("The laser emits at %g. Ctrl-C ends the emission.\n", wish.power);
-        std::fflush(stdout);
-        while (!input.Wait(kForEver).stop) {
-        }
+    bool good = false;
+    try {
+        good = EmitUntilTheEnd(input, wish);
+    } catch (...) {
+        (void)ZVK_Laser_Shutdown(kSession);
+        throw;
     }
     // Also behind a failure: whatever came up goes down.
     if (Failed("The laser does not shut down", ZVK_Laser_Shutdown(kSession))) return 1;

@@ -43,29 +43,43 @@ static void Steer(LiveInput &input)
     }
 }
 
+// True when the session came up and was steered until its end.
+static bool SteerUntilTheEnd(LiveInput &input)
+{
+    const int32_t up = ZVK_init("", 0, 0, kSession);
+    if (up < 0) {
+        std::fprintf(stderr, "The session does not come up: %s\n", TextOf(up).c_str());
+        return false;
+    }
+    if (!Steering().WindowIsOpen()) {
+        std::fputs("There is no camera window: live steering needs a display and a camera.\n",
+                   stderr);
+        return false;
+    }
+    std::puts("The session is up; zvk live --help tells what the mouse does.");
+    std::fflush(stdout);
+    Steer(input);
+    return true;
+}
+
 static int RunSession()
 {
     LiveInput input;
-    const int32_t up = ZVK_init("", 0, 0, kSession);
-    int result = 1;
-    if (up < 0) {
-        std::fprintf(stderr, "The session does not come up: %s\n", TextOf(up).c_str());
-    } else if (!Steering().WindowIsOpen()) {
-        std::fputs("There is no camera window: live steering needs a display and a camera.\n",
-                   stderr);
-    } else {
-        std::puts("The session is up; zvk live --help tells what the mouse does.");
-        std::fflush(stdout);
-        Steer(input);
-        result = 0;
+    bool steered = false;
+    try {
+        steered = SteerUntilTheEnd(input);
+    } catch (...) {
+        (void)ZVK_close(kSession);  // or the laser would stay as it is
+        throw;
     }
     const int32_t down = ZVK_close(kSession);
     if (down < 0) {
         std::fprintf(stderr, "The session does not close: %s\n", TextOf(down).c_str());
         return 1;
     }
-    if (result == 0) std::puts("The session is closed.");
-    return result;
+    if (!steered) return 1;
+    std::puts("The session is closed.");
+    return 0;
 }
 
 int LiveCommand(const Arguments &arguments)

@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <unistd.h>
 
-constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
 // A pipe to ourselves wakes the wait: a signal handler may write to it, and do little else.
 static int s_wake[2] = {-1, -1};
@@ -39,6 +39,9 @@ static void InstallHandlers()
     (void)sigemptyset(&action.sa_mask);
     for (const int signal : kEndingSignals)
         (void)sigaction(signal, &action, nullptr);
+    // Words that nobody reads any more must not end the program with the instrument up.
+    action.sa_handler = SIG_IGN;
+    (void)sigaction(SIGPIPE, &action, nullptr);
 }
 
 static bool OpenPipe()
