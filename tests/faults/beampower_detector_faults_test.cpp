@@ -5,8 +5,60 @@
 #include "failing_memory.h"
 #include "failing_new.h"
 #include "instruments/detector.h"
+#include "platform/clock.h"
+#include "platform/messages.h"
+#include "platform/processes.h"
 #include "recording_messages.h"
 #include "recording_processes.h"
+
+// What stands behind the seams here allocates nothing, so that each block is the library's own.
+
+static int s_openTasks = 0;
+static int s_posts = 0;
+static int s_programs = 0;
+
+static ZVK_DaqTable WillingCard()
+{
+    ZVK_DaqTable table = Daq();
+    table.createTask = [](const char *, ZVK_DaqTask *task) -> int32_t {
+        ++s_openTasks;
+        *task = &s_openTasks;
+        return 0;
+    };
+    table.clearTask = [](ZVK_DaqTask) -> int32_t {
+        --s_openTasks;
+        return 0;
+    };
+    table.startTask = [](ZVK_DaqTask) -> int32_t { return 0; };
+    table.createAOVoltageChan = [](ZVK_DaqTask, const char *, const char *, double, double, int32_t,
+                                   const char *) -> int32_t { return 0; };
+    table.writeAnalogScalarF64 = [](ZVK_DaqTask, uint32_t, double, double, uint32_t *) -> int32_t {
+        return 0;
+    };
+    return table;
+}
+
+constexpr ZVK_MessageTable kQuietMessages = {
+    .registerName = [](const char *) -> uint32_t { return 1; },
+    .post = [](uint32_t, int64_t, int64_t) -> int32_t {
+        ++s_posts;
+        return 0;
+    }};
+
+constexpr ZVK_ProcessTable kQuietProcesses = {
+    .launch = [](const char *, int32_t *process) -> int32_t {
+        ++s_programs;
+        *process = 1;
+        return 0;
+    },
+    .release = [](int32_t) { --s_programs; }};
+
+static ZVK_ClockTable QuickClock()
+{
+    ZVK_ClockTable table = Clock();
+    table.delay = [](double) {};
+    return table;
+}
 
 class BeamPowerFaults : public BeamPowerTest
 {
@@ -62,6 +114,29 @@ TEST_F(BeamPowerFaults, EachFailedNewOfTheTableEndsInAStatusAndTheNextInitWorks)
                                                });
     EXPECT_GT(allocations, 0);
     ExpectTheNextInitWorks();
+}
+
+TEST_F(BeamPowerFaults, EachFailedNewOfTheWholeStartEndsInAStatusAndTheNextInitWorks)
+{
+    static const ZVK_DaqTable willing = WillingCard();
+    UseDaq(&willing);
+    int32_t status = 0;
+    const int allocations = FailEachAllocation(
+        [&] { status = ZVK_BeamPower_Init(0, 0, 0, 0); },
+        [&](bool failed) {
+            if (!failed) {
+                EXPECT_EQ(status, 0);
+            }
+            EXPECT_EQ(g_beamPower[0].initialized, status == 0 ? 1 : 0);
+            EXPECT_EQ(g_beamPower[0].calibration == nullptr, g_beamPower[0].numPoints == 0);
+            EXPECT_EQ(s_openTasks, g_beamPowerDaq[0].daqInitialized) << "a task leaked";
+            if (status != 0) {
+                EXPECT_EQ(ZVK_BeamPower_Init(0, 0, 0, 0), 0);
+            }
+            ResetBeamPower();
+            EXPECT_EQ(s_openTasks, 0);
+        });
+    EXPECT_GT(allocations, 10);
 }
 
 TEST_F(BeamPowerFaults, EachFailedFileCallEndsInAStatusOrIsOfTheLogAlone)
@@ -121,6 +196,31 @@ TEST_F(DetectorFaults, EachFailedFileCallOfTheKeysStartsNoProgram)
         }
     }
     FAIL() << "the calls never end";
+}
+
+TEST_F(DetectorFaults, EachFailedNewEndsInAStatusAndLosesNoProgram)
+{
+    static const ZVK_ClockTable quick = QuickClock();
+    UseClock(&quick);
+    UseMessages(&kQuietMessages);
+    UseProcesses(&kQuietProcesses);
+    int32_t status = 0;
+    const int allocations = FailEachAllocation(
+        [&] {
+            s_posts = 0;
+            status = ZVK_Detector_Init(0, 0, 0);
+        },
+        [&](bool failed) {
+            EXPECT_LE(status, 0);
+            if (!failed) {
+                EXPECT_EQ(status, 0);
+            }
+            EXPECT_EQ(s_posts, status == 0 ? 4 : 0);
+            EXPECT_EQ(s_programs, status == 0 ? 1 : 0);
+            EXPECT_EQ(ZVK_Detector_Shutdown(0), 0);
+            EXPECT_EQ(s_programs, 0);
+        });
+    EXPECT_GT(allocations, 5);
 }
 
 TEST_F(DetectorFaults, EachFailedBlockOfTheHeapEndsInAStatus)

@@ -131,6 +131,8 @@ TEST_F(LaserInit, WithoutALaserTheShuttersAreClosedAllTheSame)
     EXPECT_EQ(ZVK_Laser_Init(0, 0, 0), ZVK_LASER_NOT_FOUND);
     EXPECT_EQ(card.Calls(), Join({kShutterTask, kShuttersClosed}));
     EXPECT_EQ(g_laser.initialised, 0);
+    EXPECT_EQ(ZVK_Laser_SetShutter(0, 1, 1), 0) << "shutters need no laser";
+    EXPECT_EQ(card.Calls().back(), "writeDigitalScalarU32(t1, 0, 10, 0)");
 }
 
 TEST_F(LaserInit, SimulateAboveOneTakesTheHardwaresWayWhileSetCallsActSimulated)

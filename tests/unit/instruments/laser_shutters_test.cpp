@@ -244,6 +244,9 @@ TEST_F(LaserInterlock, WithLevelsOnlyARefusedRiseIsTold)
 
 TEST_F(LaserInterlock, SimulatedItIsKeptAndToldAsOneAndZero)
 {
+    g_laser.simulate = 1;
+    EXPECT_EQ(ZVK_Laser_Interlock(0, 1), 0) << "also before Init, which opens it";
+    EXPECT_EQ(g_laser.simulatedInterlock, 1);
     BringUpSimulated();
     int32_t status = -9;
     EXPECT_EQ(ZVK_Laser_GetInterlockStatus(0, &status), 0);
