@@ -13,6 +13,7 @@
 #include "quorvex/force.h"
 #include "quorvex/forcecal.h"
 #include "quorvex/galvo.h"
+#include "quorvex/imageproc.h"
 #include "quorvex/laser.h"
 #include "quorvex/session.h"
 #include "quorvex/stage.h"

@@ -3,6 +3,7 @@
 #include "imaging/camera.h"
 
 #include "imaging/camera_keys.h"
+#include "imaging/recording.h"
 #include "platform/windows.h"
 #include "quorvex/camera.h"
 
@@ -207,7 +208,10 @@ static void EndFrames()
 
 static void EndAll(SessionHandle vi)
 {
+    EndAcquireLoop();
+    (void)ZVK_Camera_SaveVideo(vi, 0, nullptr, 0);
     EndLoops();
+    CloseVideo();  // one that a stop leaves open
     ZVK_Camera_ReleaseFrameBuffers(vi);
     (void)Windows().close(kCameraWindow);
     (void)Windows().close(kHistogramWindow);

@@ -36,10 +36,8 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-
-namespace cv {
-class VideoWriter;
-}
+#include <string>
+#include <vector>
 
 // A Hershey font as cv::putText takes it.
 struct ZVK_CameraFont
@@ -68,6 +66,16 @@ struct ZVK_CameraImage : cv::Mat
     void Drop();
 
     std::unique_ptr<uint8_t, ZVK_FreePixels> pixels;
+};
+
+// Where the traps of one path are drawn: room that grows and is kept, so that a display pass asks
+// for none. Lock CameraPicture.
+struct ZVK_CameraMarkers
+{
+    std::vector<double> x;  // frame pixels
+    std::vector<double> y;
+    std::vector<char> text;      // kTrapLabelRoom bytes a trap
+    std::vector<char *> labels;  // into text
 };
 
 // One camera a process. Flags of one byte are 0 or 1.
@@ -183,13 +191,16 @@ struct ZVK_CameraState
     ZVK_CameraImage userOverlayImage;      // display size
     ZVK_CameraImage histogramImage;        // 256 by 100
     cv::Mat histograms[4];                 // 256 floats: grey, then the planes
+    float histogramEnd = 0.0F;  // counts from here on are in no bin; with histogramsCreated
+    ZVK_CameraMarkers markers;
     // What clients' handles point to; in the record, so that a handle never dangles. While there is
     // no picture their imageData is null. Lock CameraPicture.
     IplImage displayHeader = {};
     IplImage userOverlayHeader = {};
 
     // -- files --
-    std::shared_ptr<cv::VideoWriter> videoWriter;  // open while recording. Lock CameraWriter
+    void *videoWriter = nullptr;  // owned; null also when it couldn't be opened. Lock CameraWriter
+    std::string stampText;        // the line in a recorded frame. Lock CameraFrame
 };
 
 // Never destroyed: the loops may run while the process ends.
@@ -257,6 +268,7 @@ int ZVK_Camera_DisplayLoop(void *functionData);
 bool AcquirePass();         // one turn of the loop; false: it is to end
 bool DisplayPass();         // waits for a frame and shows it; false: the loop is to end
 void StartLoops();          // on the pool. Lock CameraTurn
+void EndAcquireLoop();      // asks that one to end, and waits. Lock CameraTurn
 void EndLoops();            // asks both to end, and waits until they have. Lock CameraTurn
 void EndLoopsBeforeExit();  // once a picture has been made: the process's end stops the loops first
 

@@ -2,6 +2,7 @@
 // finished with the last one.
 
 #include "imaging/camera.h"
+#include "imaging/recording.h"
 #include "platform/clock.h"
 
 #include <exception>
@@ -91,6 +92,7 @@ static void WorkOnFrame()
         const std::lock_guard data(CameraData());
         g_camera.recordElapsed = g_camera.currentFrameTime - g_camera.recordStartTime;
     }
+    RecordFrame();
 }
 
 bool AcquirePass()

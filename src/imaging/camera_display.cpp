@@ -1,6 +1,9 @@
 // The display loop: each frame that is handed over becomes what the camera window shows.
 
+#include "imaging/adjust.h"
 #include "imaging/camera.h"
+#include "imaging/overlay.h"
+#include "imaging/recording.h"
 
 #include <opencv2/imgproc.hpp>
 
@@ -62,12 +65,50 @@ static void AddOverlay()
                     g_camera.displayImage);
 }
 
+// Only a hardware camera's frames are stretched each time.
+static void AdjustFrame()
+{
+    constexpr int32_t kStretched = 8 | 32 | 64;  // bits of the backend
+    bool stretch = false;
+    {
+        const std::lock_guard data(CameraData());
+        stretch = g_camera.simulate == 0 &&
+                  (g_camera.autoContrast != 0 || (g_camera.backend & kStretched) != 0);
+    }
+    if (stretch) {
+        StretchContrast();
+    } else {
+        g_camera.workImage.copyTo(g_camera.adjustedImage);
+    }
+}
+
+// New limits are shown at once. This stands behind the flip: the picture in which they change is
+// unflipped.
+static void ShowNewLimits()
+{
+    {
+        const std::lock_guard data(CameraData());
+        if (g_camera.contrastChanged == 0) return;
+        g_camera.contrastChanged = 0;  // a change from here on is shown in the next pass
+    }
+    StretchContrast();
+    ScaleView();
+}
+
 // The steps between a frame and the window, in their order.
 static void MakePicture()
 {
-    g_camera.workImage.copyTo(g_camera.adjustedImage);
+    const auto isOn = [](uint8_t ZVK_CameraState::*flag) { return CameraGet(flag) != 0; };
+    if (isOn(&ZVK_CameraState::computeHistogram)) (void)ComputeHistogramOfFrame();
+    if (isOn(&ZVK_CameraState::autoContrast)) TakeContrastLimits();
+    if (isOn(&ZVK_CameraState::backgroundOn)) BlendBackground();
+    AdjustFrame();
     ScaleView();
+    FlipPicture();
+    ShowNewLimits();
     AddOverlay();
+    if (isOn(&ZVK_CameraState::sdkOverlayOn))
+        ZVK_Camera_DrawOverlay(CameraGet(&ZVK_CameraState::loopSession));
 }
 
 static void WorkOnFrame()
@@ -76,6 +117,7 @@ static void WorkOnFrame()
     if (g_camera.workImage.empty() || g_camera.scaledImage.empty()) return;
     MakePicture();
     ShowPicture(kCameraWindow, g_camera.displayImage);
+    RecordPicture();
 }
 
 bool DisplayPass()

@@ -45,6 +45,17 @@ static void Await(int32_t &threadId)
     threadId = 0;
 }
 
+void EndAcquireLoop()
+{
+    {
+        const std::lock_guard data(CameraData());
+        g_camera.stopAcquire = 1;
+        g_camera.runAcquire = 0;
+    }
+    CameraChanged();
+    Await(g_camera.acquireThreadId);
+}
+
 void EndLoops()
 {
     AskToEnd();

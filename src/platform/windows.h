@@ -6,17 +6,10 @@
 // this. Where there is no display, or ZVK_HEADLESS is 1, our windows are remembered by title and
 // size, nothing is drawn and no call fails.
 
+#include "platform/picture.h"
+
 #include <cstdint>
 #include <type_traits>
-
-// Blue, green, red, one byte each; `step` bytes from one row to the next.
-struct ZVK_Picture
-{
-    const uint8_t *pixels;
-    int32_t width;
-    int32_t height;
-    int64_t step;
-};
 
 // event, flags: 0 move, 1 2 3 left right middle down, 4 5 6 up, 7 8 9 double click, 10 wheel, 11
 // sideways wheel; 1 left, 2 right, 4 middle button, 8 control, 16 shift, 32 alt, and for a wheel

@@ -50,6 +50,7 @@ static const ZVK_InitRow kInits[] = {
     {InitTrapsOfPathB},
     {ZVK_CoordinateSystems_Init},
     {ZVK_Camera_Init},
+    {ZVK_ImageProc_Init},
     {ZVK_Detector_Init},
 };
 
@@ -61,6 +62,7 @@ static const ZVK_ShutdownRow kShutdowns[] = {
     {ZVK_Stage_Shutdown},
     {ZVK_Trap_Shutdown},
     {ZVK_CoordinateSystems_Shutdown},
+    {ZVK_ImageProc_Shutdown},
     {ZVK_Detector_Shutdown},
 };
 // clang-format on
