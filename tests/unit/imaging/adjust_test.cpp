@@ -132,7 +132,7 @@ TEST_F(ImageAdjust, ADeepImageBecomesOneOf8Bits)
     ZVK_Camera_AdjustBrightnessContrast(input, output, 0.0, 60000.0);
     EXPECT_EQ(output.type(), CV_8UC1);
     EXPECT_NEAR(output.at<uint8_t>(0, 0), 128, 1);
-    g_camera.contrastScratchImage.release();
+    g_camera.contrastScratchImage.Drop();
 }
 
 TEST_F(ImageAdjust, NewLimitsAreShownInOnePassWhichIsNotFlipped)
