@@ -223,8 +223,9 @@ ZVK_API int32_t ZVK_Laser_GetInterlockStatus(SessionHandle vi, int32_t *status);
 
 /**
  * Stops emission, closes both shutters and lets the laser go: its serial port and the tasks on the
- * card. What fails in between is not told, and doesn't keep the rest from being done. Ports that
- * ZVK_Laser_Init tried in vain stay open.
+ * card. What fails in between is not told, and doesn't keep the rest from being done. A card whose
+ * lines can't be read refuses to stop the emission as in ZVK_Laser_Interlock: a serial laser isn't
+ * told then, either. Ports that ZVK_Laser_Init tried in vain stay open.
  *
  * @return 0, also for a simulated laser that isn't up; else ZVK_LASER_NOT_FOUND, a warning: no
  *         laser, or not up

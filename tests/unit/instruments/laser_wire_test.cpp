@@ -230,6 +230,20 @@ TEST_F(LaserWire, AFloodThatNobodyAskedForDoesNoHarm)
     EXPECT_EQ(ZVK_Laser_Init(0, 0, 0), 0);
 }
 
+TEST_F(LaserWire, ShutdownTellsTheLaserToStopUnlessTheLinesCannotBeRead)
+{
+    for (const char *entry : {"writeDigitalScalarU32", "readDigitalScalarU32"}) {
+        ASSERT_EQ(ZVK_Laser_Init(0, 0, 0), 0);
+        ASSERT_EQ(ZVK_Laser_Interlock(0, 1), 0);
+        card.FailCall(entry, 1);
+        EXPECT_EQ(ZVK_Laser_Shutdown(0), 0);
+        EXPECT_EQ(laser.State().outputOn, std::string(entry) == "readDigitalScalarU32");
+        EXPECT_EQ(Serial().isOpen(kLaserPort), 0);
+    }
+    ASSERT_EQ(ZVK_Laser_Init(0, 0, 0), 0);
+    EXPECT_FALSE(laser.State().outputOn) << "the next start stops it";
+}
+
 TEST_F(LaserWire, TheEchoIsOffBeforeTheLaserIsAsked)
 {
     ASSERT_TRUE(laser.State().echo);
