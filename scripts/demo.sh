@@ -5,7 +5,7 @@ cd "$(dirname "$0")/.."
 
 scripts/install-dependencies.sh
 echo "Building..."
-cmake --preset dev >build-demo.log 2>&1 && cmake --build --preset dev --target quorvex-demo quorvex-virtual-daq >>build-demo.log 2>&1 || {
+cmake --preset dev >build-demo.log 2>&1 && cmake --build --preset dev --target quorvex-demo quorvex-virtual-daq quorvex-virtual-detector >>build-demo.log 2>&1 || {
     cat build-demo.log >&2
     echo "The build failed: the lines above tell why." >&2
     exit 1

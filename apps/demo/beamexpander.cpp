@@ -51,5 +51,9 @@ bool WorkBeamExpanders()
     if (!Done("move both at once", status, outcome)) return false;
     if (!AwaitTarget(ZVK_PATH_A) || !AwaitTarget(ZVK_PATH_B)) return false;
     status = ZVK_BeamExpander_SetPosition(kSession, ZVK_PATH_A, start);
-    return Done("set path A back", status, Format("to %d steps", start)) && AwaitTarget(ZVK_PATH_A);
+    if (!Done("set path A back", status, Format("to %d steps", start))) return false;
+    if (!AwaitTarget(ZVK_PATH_A)) return false;
+    status = ZVK_BeamExpander_Reset(kSession, ZVK_PATH_A);
+    return Done("look for its zero", status, "into the stop, then to the middle") &&
+           AwaitTarget(ZVK_PATH_A);
 }

@@ -53,6 +53,10 @@ bool DrawPicture(const SessionResult &session, const std::string &file);
 // Works the laser of a session that is up: power, interlock, a shutter. False when a call failed.
 bool WorkLaser();
 
+// Sets the beam power of both paths by their tables, and the detectors' gains. False when a call
+// failed.
+bool WorkPowerAndDetectors();
+
 // Works the stage: two moves, an oscillation, the centre. False when a call failed.
 bool WorkStage();
 

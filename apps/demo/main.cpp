@@ -14,9 +14,14 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
 #include <system_error>
 
 namespace fs = std::filesystem;
+
+constexpr const char *kDetectorLog = "detectors.log";
 
 namespace {
 
@@ -57,6 +62,17 @@ static bool CopyInstrument(const fs::path &from, const fs::path &to)
     return true;
 }
 
+// The stage's port is not known before, and the motors find their zero quickly.
+static bool FitToVirtualInstrument(int32_t stagePort)
+{
+    constexpr int32_t kHomingS = 2;
+    const auto put = [](const char *section, const char *key, int32_t value) {
+        return ZVK_ConFile_Write(0, "config.ini", section, key, &value, ZVK_CONFILE_LONG) >= 0;
+    };
+    return put("STAGE", "PORTNUM", stagePort) && put("BE 0", "INISEC", kHomingS) &&
+           put("BE 1", "INISEC", kHomingS);
+}
+
 static SessionResult WorkIn(const Options &options, const char *kind, const std::string &title,
                             int32_t stagePort)
 {
@@ -65,13 +81,39 @@ static SessionResult WorkIn(const Options &options, const char *kind, const std:
     const fs::path folder = options.out / kind;
     if (!CopyInstrument(options.samples / kind, folder)) return failed;
     setenv("ZVK_COMMON_APPDATA", folder.c_str(), 1);
-    if (stagePort != 0 &&
-        ZVK_ConFile_Write(0, "config.ini", "STAGE", "PORTNUM", &stagePort, ZVK_CONFILE_LONG) < 0)
-    {
-        std::fputs("The stage's port could not be put into config.ini.\n", stderr);
+    if (stagePort != 0 && !FitToVirtualInstrument(stagePort)) {
+        std::fputs("The copied config.ini could not be written.\n", stderr);
         return failed;
     }
     return WorkSession(title, (folder / "ZVK640").string());
+}
+
+// The volts of an output, without those that repeat the one before.
+static void PrintWrittenVolts(const char *channel)
+{
+    double volts[64];
+    const uint64_t count = ZVC_CopyWritten(channel, 0, std::size(volts), volts);
+    std::printf("  %s ", channel);
+    for (uint64_t i = 0; i < count; ++i)
+        if (i == 0 || volts[i] != volts[i - 1]) std::printf(" %.3f V", volts[i]);
+    std::puts("");
+}
+
+static void PrintFile(const fs::path &path)
+{
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);)
+        std::printf("  %s\n", line.c_str());
+}
+
+// The helper program beside this one, and where it writes down its orders.
+static void OfferDetectors(const Options &options)
+{
+    std::error_code error;
+    fs::remove(options.out / kDetectorLog, error);
+    const fs::path bin = fs::read_symlink("/proc/self/exe", error).parent_path();
+    setenv("ZVK_VIRTUAL_DETECTOR", (bin / "quorvex-virtual-detector").c_str(), 0);
+    setenv("ZVK_VIRTUAL_DETECTOR_LOG", (options.out / kDetectorLog).c_str(), 1);
 }
 
 // The hardware path, with the laser's interlock at the card's line and what each device was told
@@ -80,11 +122,14 @@ static SessionResult WorkOnVirtualInstrument(const Options &options)
 {
     constexpr uint32_t kInterlockLine = 16;
     constexpr int kPort = 7;
+    constexpr double kStepsEachUnit = 200.0;  // quicker than real ones: a demo should be short
     const VirtualStage stage;
     VirtualLaser laser;
     // As config.ini has them: at INITPOS, with the stop at zero.
-    VirtualMotor motorA({.owner = 1, .position = 20000, .stopAt = 0});
-    VirtualMotor motorB({.owner = 2, .position = 18000, .stopAt = 0});
+    VirtualMotor motorA(
+        {.owner = 1, .position = 20000, .stopAt = 0, .stepsEachUnit = kStepsEachUnit});
+    VirtualMotor motorB(
+        {.owner = 2, .position = 18000, .stopAt = 0, .stepsEachUnit = kStepsEachUnit});
     laser.SetInterlockSource([] { return (ZVC_GetLines("GALVODAQ/port0") & kInterlockLine) != 0; });
     const std::string ports =
         laser.Offer(kPort) + ";" + motorA.Offer(kPort + 1) + ";" + motorB.Offer(kPort + 2);
@@ -92,6 +137,11 @@ static SessionResult WorkOnVirtualInstrument(const Options &options)
     SessionResult result =
         WorkIn(options, "virtual", "Session 2 of 2: the hardware path, on the virtual instrument",
                stage.Port());
+    PrintTitle("What the second card's outputs were told");
+    PrintWrittenVolts("SUBDAQ/ao0");
+    PrintWrittenVolts("SUBDAQ/ao1");
+    PrintTitle("What the detectors' helper program was told");
+    PrintFile(options.out / kDetectorLog);
     PrintTitle("What the virtual laser was told");
     std::fputs(VirtualLaserReport(laser.Events()).c_str(), stdout);
     PrintTitle("What the virtual stage was told");
@@ -116,6 +166,7 @@ static int Run(int argc, char **argv)
         return 1;
     }
     setenv("ZVK_DAQMX_LIBRARY", options.card.c_str(), 1);
+    OfferDetectors(options);
 
     std::puts("Quorvex drives the ZVK640 optical trapping instrument. This demo works one session\n"
               "twice, with no instrument on the desk.");

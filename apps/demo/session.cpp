@@ -391,7 +391,7 @@ SessionResult WorkSession(const std::string &title, const std::string &folder)
               Format("revision %s", driver)))
         return work.result;
 
-    if (!WorkLaser() || !WorkStage()) work.result.failed = true;
+    if (!WorkLaser() || !WorkStage() || !WorkPowerAndDetectors()) work.result.failed = true;
     if (!WorkBeamExpanders()) work.result.failed = true;
     const double speed = 10.0;  // V/s
     HoldTraps(work, speed);

@@ -306,6 +306,9 @@ std::string VirtualStageReport(const std::vector<VirtualStageLine> &lines)
 {
     std::string report;
     for (const VirtualStageLine &line : lines) {
+        // Behind each setting stands the question for its error, which is left out when there is
+        // none.
+        if (line.command == "ERR?" && line.answer == "0\n") continue;
         std::string answer;
         for (const char c : line.answer) {
             if (c != '\n') answer += c;
