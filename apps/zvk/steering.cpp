@@ -2,6 +2,8 @@
 
 #include "steering.h"
 
+#include "status_line.h"
+
 #include "quorvex/quorvex.h"
 
 #include <cmath>
@@ -11,16 +13,6 @@ constexpr SessionHandle kSession = 1;
 constexpr int32_t kPaths = 2;
 constexpr double kNewTrapSpeed = 200.0;  // pixels per second
 constexpr double kReach = 14.0;          // pixels of the window; a trap's circle has 10
-
-static std::string NameOf(int32_t path, int32_t index)
-{
-    return std::string(path == 0 ? "A" : "B") + std::to_string(index);
-}
-
-static std::string PlaceOf(double x, double y)
-{
-    return std::to_string(std::lround(x)) + ", " + std::to_string(std::lround(y));
-}
 
 static int32_t CountTraps(int32_t path)
 {

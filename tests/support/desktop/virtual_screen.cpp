@@ -3,12 +3,14 @@
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
 
+#include <algorithm>
+#include <cairo.h>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
-#include <opencv2/imgcodecs.hpp>
 #include <poll.h>
 #include <spawn.h>
 #include <stdexcept>
@@ -32,20 +34,33 @@ static std::string ReadNumber(int channel)
     return number;
 }
 
+// It writes nothing into the test's output, which would stay open as long as the server runs.
+static int Start(pid_t &process, const std::vector<char *> &arguments)
+{
+    posix_spawn_file_actions_t files;
+    (void)posix_spawn_file_actions_init(&files);
+    (void)posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    (void)posix_spawn_file_actions_addopen(&files, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    const int failed = posix_spawnp(&process, "Xvfb", &files, nullptr, arguments.data(), environ);
+    (void)posix_spawn_file_actions_destroy(&files);
+    return failed;
+}
+
+// The server ends by itself when its last client, the test, has gone without ending it.
 ScreenServer::ScreenServer(const std::string &screen, const std::vector<std::string> &options)
 {
     int channel[2] = {-1, -1};
     if (pipe(channel) != 0) throw std::runtime_error("no pipe for Xvfb");
     std::vector<std::string> texts = {"Xvfb",      "-displayfd", std::to_string(channel[1]),
                                       "-screen",   "0",          screen,
-                                      "-nolisten", "tcp",        "-noreset"};
+                                      "-nolisten", "tcp",        "-terminate"};
     texts.insert(texts.end(), options.begin(), options.end());
     std::vector<char *> arguments;
+    arguments.reserve(texts.size() + 1);
     for (std::string &text : texts)
         arguments.push_back(text.data());
     arguments.push_back(nullptr);
-    const int failed =
-        posix_spawnp(&m_process, "Xvfb", nullptr, nullptr, arguments.data(), environ);
+    const int failed = Start(m_process, arguments);
     close(channel[1]);
     const std::string number = failed ? "" : ReadNumber(channel[0]);
     close(channel[0]);
@@ -206,17 +221,32 @@ static cv::Mat Grab(Display *display, int x, int y, unsigned width, unsigned hei
     return picture;
 }
 
+static void WritePng(const cv::Mat &picture, const std::string &file)
+{
+    cairo_surface_t *const surface =
+        cairo_image_surface_create(CAIRO_FORMAT_RGB24, picture.cols, picture.rows);
+    unsigned char *const pixels = cairo_image_surface_get_data(surface);
+    const int step = cairo_image_surface_get_stride(surface);
+    for (int y = 0; y < picture.rows; ++y)
+        for (int x = 0; x < picture.cols; ++x) {
+            const cv::Vec3b pixel = picture.at<cv::Vec3b>(y, x);
+            std::copy(pixel.val, pixel.val + 3, pixels + y * step + x * 4);
+        }
+    cairo_surface_mark_dirty(surface);
+    (void)cairo_surface_write_to_png(surface, file.c_str());
+    cairo_surface_destroy(surface);
+}
+
 cv::Mat VirtualScreen::Look(const std::string &name) const
 {
     const int screen = DefaultScreen(m_display);
-    const cv::Mat picture =
-        Grab(m_display, 0, 0, static_cast<unsigned>(DisplayWidth(m_display, screen)),
-             static_cast<unsigned>(DisplayHeight(m_display, screen)));
+    cv::Mat picture = Grab(m_display, 0, 0, static_cast<unsigned>(DisplayWidth(m_display, screen)),
+                           static_cast<unsigned>(DisplayHeight(m_display, screen)));
     const char *const build = std::getenv("ZVK_TEST_BINARY_DIR");
     if (name.empty() || !build) return picture;
     const std::filesystem::path folder = std::filesystem::path(build) / "desktop";
     std::filesystem::create_directories(folder);
-    (void)cv::imwrite((folder / (name + ".png")).string(), picture);
+    WritePng(picture, (folder / (name + ".png")).string());
     return picture;
 }
 

@@ -1,0 +1,44 @@
+#include "status_line.h"
+
+#include <gtest/gtest.h>
+
+TEST(StatusText, TellsTrapsPathZoomAndTheTrapTouchedLast)
+{
+    StatusFacts facts;
+    EXPECT_EQ(StatusText(facts), "A 0, B 0 | clicks add to A | zoom 1.0");
+    facts.traps = {{0, 1, 10.0, 20.0}, {0, 2, 410.4, 311.6}, {1, 2, 5.0, 6.0}};
+    facts.zoom = 1.5625;
+    facts.addPath = 1;
+    facts.touched = true;
+    facts.index = 2;
+    EXPECT_EQ(StatusText(facts), "A 2, B 1 | clicks add to B | zoom 1.6 | A2 at 410, 312");
+    facts.path = 1;
+    facts.news = "B2 added";
+    EXPECT_EQ(StatusText(facts), "A 2, B 1 | clicks add to B | zoom 1.6 | B2 at 5, 6 | B2 added");
+}
+
+TEST(StatusText, SaysNothingOfATouchedTrapThatHasGone)
+{
+    StatusFacts facts;
+    facts.touched = true;
+    facts.index = 7;
+    facts.zoom = 16.0;
+    EXPECT_EQ(StatusText(facts), "A 0, B 0 | clicks add to A | zoom 16.0");
+}
+
+TEST(StatusPoint, PutsTheLabelIntoTheCornerAtAnyZoom)
+{
+    // As many pixels in the frame as in the window: the label is at 10, 20.
+    const FramePoint whole = StatusPoint({0, 0, 800, 600}, 800, 600);
+    EXPECT_EQ(whole.x + 20, 10);
+    EXPECT_EQ(whole.y - 20, 20);
+    EXPECT_LT(whole.x, 0) << "the point is outside of the picture";
+
+    const FramePoint zoomed = StatusPoint({200, 150, 400, 300}, 800, 600);
+    EXPECT_EQ(zoomed.x + 20, 200 + 5);
+    EXPECT_EQ(zoomed.y - 20, 150 + 10);
+    EXPECT_LT(zoomed.x, 200);
+
+    const FramePoint nothing = StatusPoint({0, 0, 0, 0}, 0, 0);
+    EXPECT_EQ(nothing.x, -20);
+}
