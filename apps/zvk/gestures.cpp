@@ -57,6 +57,12 @@ const TrapSpot *TrapAt(const std::vector<TrapSpot> &traps, double x, double y, d
     return nearest;
 }
 
+bool MayAdd(const std::vector<TrapSpot> &traps, int32_t path, int32_t second)
+{
+    return std::ranges::none_of(
+        traps, [&](const TrapSpot &trap) { return trap.path == path && trap.index == second; });
+}
+
 static Decision About(Deed deed, const TrapSpot &trap)
 {
     return {deed, trap.path, trap.index, trap.x, trap.y, 1.0};

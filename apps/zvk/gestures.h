@@ -4,6 +4,7 @@
 // What the mouse means in live steering: numbers in, decisions out. It touches no session.
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 // One mouse event of the camera window, as its message carries it. Positions are frame pixels.
@@ -26,7 +27,12 @@ struct TrapSpot
     int32_t index = 0;
     double x = 0.0;
     double y = 0.0;
+    std::string name{};
 };
+
+// A new trap's index is the second of its making, and a path's traps are told apart by it alone: a
+// second trap has to wait for the next one.
+bool MayAdd(const std::vector<TrapSpot> &traps, int32_t path, int32_t second);
 
 // The trap nearest to a point and not farther from it than the reach; null: none. Of two at the
 // same distance the first.

@@ -39,6 +39,8 @@ static void Steer(LiveInput &input)
         const LiveNews news = input.Wait(kLookMs);
         steering.Mouse(news.mouse);
         std::ranges::for_each(news.keys, [&](char key) { steering.Key(key); });
+        steering.AddWaiting();
+        steering.ShowStatus();
         stop = news.stop || news.keys.find('q') != std::string::npos;
     }
 }

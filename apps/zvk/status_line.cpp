@@ -10,11 +10,6 @@ constexpr int32_t kLabelOffset = 20;  // frame pixels, of a line's label
 constexpr double kFromLeft = 10.0;    // pixels of the window
 constexpr double kFromTop = 20.0;
 
-std::string NameOf(int32_t path, int32_t index)
-{
-    return std::string(path == 0 ? "A" : "B") + std::to_string(index);
-}
-
 std::string PlaceOf(double x, double y)
 {
     return std::to_string(std::lround(x)) + ", " + std::to_string(std::lround(y));
@@ -36,7 +31,7 @@ static std::string TouchedText(const StatusFacts &facts)
 {
     for (const TrapSpot &trap : facts.traps)
         if (facts.touched && trap.path == facts.path && trap.index == facts.index)
-            return " | " + NameOf(trap.path, trap.index) + " at " + PlaceOf(trap.x, trap.y);
+            return " | " + trap.name + " at " + PlaceOf(trap.x, trap.y);
     return "";
 }
 

@@ -18,10 +18,9 @@ struct StatusFacts
     std::string news;  // what happened last; may be empty
 };
 
-std::string NameOf(int32_t path, int32_t index);  // "A2"
-std::string PlaceOf(double x, double y);          // "410, 312", whole pixels
+std::string PlaceOf(double x, double y);  // "410, 312", whole pixels
 
-// "A 2, B 1 | clicks add to A | zoom 1.6 | A2 at 410, 312 | A2 added"
+// "A 2, B 1 | clicks add to A | zoom 1.6 | A_2 at 410, 312 | A_2 added"
 std::string StatusText(const StatusFacts &facts);
 
 // The part of the frame that the window shows, in frame pixels.
@@ -31,6 +30,7 @@ struct ShownFrame
     int32_t y = 0;
     int32_t width = 0;
     int32_t height = 0;
+    bool operator==(const ShownFrame &) const = default;
 };
 
 struct FramePoint

@@ -2,15 +2,16 @@
 
 #include "steering.h"
 
-#include "status_line.h"
-
 #include "quorvex/quorvex.h"
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <ctime>
 
 constexpr SessionHandle kSession = 1;
 constexpr int32_t kPaths = 2;
+constexpr size_t kNameBytes = 257;       // of a trap's name, with its end
 constexpr double kNewTrapSpeed = 200.0;  // pixels per second
 constexpr double kReach = 14.0;          // pixels of the window; a trap's circle has 10
 
@@ -26,11 +27,16 @@ static void AppendTraps(int32_t path, std::vector<TrapSpot> &traps)
     std::vector<int32_t> indices(count);
     std::vector<double> x(count);
     std::vector<double> y(count);
+    std::vector<char> texts(count * kNameBytes);
+    std::vector<char *> names(count);
+    for (size_t i = 0; i < count; ++i)
+        names[i] = texts.data() + i * kNameBytes;
     if (count == 0 || ZVK_Trap_GetIndexList(kSession, path, indices.data()) < 0) return;
-    if (ZVK_Trap_GetArray(kSession, path, x.data(), y.data(), nullptr, nullptr, ZVK_UNIT_PIXEL) < 0)
+    if (ZVK_Trap_GetArray(kSession, path, x.data(), y.data(), nullptr, names.data(),
+                          ZVK_UNIT_PIXEL) < 0)
         return;
     for (size_t i = 0; i < count; ++i)
-        traps.push_back({path, indices[i], x[i], y[i]});
+        traps.push_back({path, indices[i], x[i], y[i], names[i]});
 }
 
 static View ReadView()
@@ -44,11 +50,65 @@ static View ReadView()
     return view;
 }
 
+struct WindowSize
+{
+    int32_t width = 0;
+    int32_t height = 0;
+};
+
+static WindowSize ReadWindowSize()
+{
+    WindowSize size;
+    (void)ZVK_Camera_GetDispImageSize(kSession, &size.width, &size.height);  // 0 without a camera
+    return size;
+}
+
+static ShownFrame ReadShownFrame()
+{
+    ShownFrame shown;
+    if (ZVK_Camera_GetROI(kSession, &shown.x, &shown.y, &shown.width, &shown.height) < 0) return {};
+    return shown;
+}
+
+// In frame pixels, so that a trap is as easy to hit at any zoom.
+static double Reach()
+{
+    const int32_t shown = ReadShownFrame().width;
+    const int32_t window = ReadWindowSize().width;
+    return shown > 0 && window > 0 ? kReach * shown / window : kReach;
+}
+
 void Steering::Begin()
 {
+    for (int32_t path = 0; path < kPaths; ++path)
+        m_made[path] = CountTraps(path);
+    if (ZVK_ImageProc_AddLine(kSession, &m_line, 0, 0, 0, 0, "", 1, 0) < 0) m_line = 0;
+    ShowStatus();
+    (void)ZVK_Camera_SetUserOverlay(kSession, 1);
     (void)ZVK_Camera_SetSDKOverlay(kSession, 1);
     (void)ZVK_Camera_SetTrapMarkers(kSession, 1);
     (void)ZVK_Camera_SetFrameRate(kSession, 1);
+}
+
+// A line's number of -1 leaves its old one; the neighbour is as good.
+static int32_t Said(int32_t number) { return number == -1 ? -2 : number; }
+
+void Steering::ShowStatus()
+{
+    if (m_line == 0) return;
+    const Scene scene = Look();
+    const std::string text =
+        StatusText({scene.traps, ReadView().zoom, m_addPath, m_touched, m_path, m_index, m_news});
+    const ShownFrame shown = ReadShownFrame();
+    if (text == m_shownText && shown == m_shownFrame) return;
+    const WindowSize window = ReadWindowSize();
+    const FramePoint at = StatusPoint(shown, window.width, window.height);
+    const int32_t x = Said(at.x);
+    const int32_t y = Said(at.y);
+    if (ZVK_ImageProc_UpdateLine(kSession, m_line, x, x, y, y, text.c_str(), 1, -1) < 0) return;
+    if (ZVK_ImageProc_UpdateOverlay(kSession) < 0) return;
+    m_shownText = text;
+    m_shownFrame = shown;
 }
 
 bool Steering::WindowIsOpen() const
@@ -62,13 +122,14 @@ Scene Steering::Look() const
     Scene scene;
     for (int32_t path = 0; path < kPaths; ++path)
         AppendTraps(path, scene.traps);
-    scene.reach = kReach / ReadView().zoom;
+    scene.reach = Reach();
     scene.addPath = m_addPath;
     return scene;
 }
 
 void Steering::Say(const std::string &what)
 {
+    m_news = what;
     std::puts(what.c_str());
     std::fflush(stdout);
 }
@@ -80,20 +141,42 @@ void Steering::Touch(int32_t path, int32_t index)
     m_index = index;
 }
 
+std::string Steering::NameOf(int32_t path, int32_t index) const
+{
+    for (const TrapSpot &trap : Look().traps)
+        if (trap.path == path && trap.index == index) return trap.name;
+    return "trap";
+}
+
 void Steering::Add(const Decision &decision)
 {
-    const int32_t before = CountTraps(decision.path);
+    const int32_t path = decision.path;
+    const int32_t before = CountTraps(path);
+    const std::string name =
+        std::string(path == 0 ? "A_" : "B_") + std::to_string(m_made[path] + 1);
     int32_t index = 0;
-    const int32_t status = ZVK_Trap_Add(kSession, decision.path, &index, kNewTrapSpeed, "",
+    const int32_t status = ZVK_Trap_Add(kSession, path, &index, kNewTrapSpeed, name.c_str(),
                                         decision.x, decision.y, ZVK_UNIT_PIXEL);
-    if (status < 0 || CountTraps(decision.path) == before) {
+    if (status < 0 || CountTraps(path) == before) {
         Say("no trap added, status " + std::to_string(status));
         return;
     }
-    const std::string name = NameOf(decision.path, index);
-    (void)ZVK_Trap_SetName(kSession, decision.path, index, name.c_str());
-    Touch(decision.path, index);
+    ++m_made[path];
+    Touch(path, index);
     Say(name + " added at " + PlaceOf(decision.x, decision.y));
+}
+
+void Steering::AddWaiting()
+{
+    std::vector<Decision> stillWaiting;
+    for (const Decision &decision : m_waiting) {
+        const auto second = static_cast<int32_t>(std::abs(std::time(nullptr)));
+        if (MayAdd(Look().traps, decision.path, second))
+            Add(decision);
+        else
+            stillWaiting.push_back(decision);
+    }
+    m_waiting.swap(stillWaiting);
 }
 
 void Steering::Move(const Decision &decision)
@@ -115,9 +198,10 @@ void Steering::Remove(int32_t path, int32_t index)
         Say(NameOf(path, index) + " stays: it is the last trap of its path");
         return;
     }
+    const std::string name = NameOf(path, index);
     if (ZVK_Trap_Delete(kSession, path, index) < 0) return;
     m_touched = m_touched && !(path == m_path && index == m_index);
-    Say(NameOf(path, index) + " deleted");
+    Say(name + " deleted");
 }
 
 void Steering::Zoom(const Decision &decision)
@@ -132,7 +216,7 @@ void Steering::Do(const Decision &decision)
     switch (decision.deed) {
     case Deed::nothing: break;
     case Deed::take: Touch(decision.path, decision.index); break;
-    case Deed::add: Add(decision); break;
+    case Deed::add: m_waiting.push_back(decision); break;
     case Deed::move: Move(decision); break;
     case Deed::remove: Remove(decision.path, decision.index); break;
     case Deed::zoom: Zoom(decision); break;
@@ -141,8 +225,10 @@ void Steering::Do(const Decision &decision)
 
 void Steering::Mouse(const std::vector<MouseMessage> &messages)
 {
-    for (const MouseMessage &message : WithoutPassedMoves(messages))
+    for (const MouseMessage &message : WithoutPassedMoves(messages)) {
         Do(m_gesture.Step(message, Look()));
+        AddWaiting();
+    }
 }
 
 void Steering::Key(char key)

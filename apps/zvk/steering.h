@@ -4,15 +4,17 @@
 // Live steering of a session that is up, by exported calls only: what the mouse and the keys decide
 // is done here.
 
-#include "gestures.h"
+#include "status_line.h"
 
 #include <string>
 
 class Steering
 {
 public:
-    void Begin();  // switches the overlay on
+    void Begin();       // switches the overlay on
+    void ShowStatus();  // draws the line over the picture, if it has changed
     void Mouse(const std::vector<MouseMessage> &messages);
+    void AddWaiting();   // clicks that had to wait for their second
     void Key(char key);  // a, b: where a click adds; d: delete the trap touched last
 
     bool WindowIsOpen() const;
@@ -25,6 +27,7 @@ private:
     void Remove(int32_t path, int32_t index);
     void Zoom(const Decision &decision);
     void Touch(int32_t path, int32_t index);
+    std::string NameOf(int32_t path, int32_t index) const;
     void Say(const std::string &what);
 
     Gesture m_gesture;
@@ -32,6 +35,12 @@ private:
     bool m_touched = false;  // the two below name a trap
     int32_t m_path = 0;
     int32_t m_index = 0;
+    std::vector<Decision> m_waiting;  // to be added
+    int32_t m_made[2] = {0, 0};       // traps of each path so far, for the next one's name
+    std::string m_news;               // what happened last
+    int32_t m_line = 0;               // the overlay line that carries the status; 0: none
+    std::string m_shownText;          // what it says now
+    ShownFrame m_shownFrame;          // and for which part of the frame it was placed
 };
 
 #endif

@@ -48,13 +48,22 @@ TEST(MouseMessages, MovesThatOthersHavePassedAreLeftOut)
 
 TEST(TrapAt, GivesTheNearestWithinReach)
 {
-    const std::vector<TrapSpot> traps = {{0, 1, 10.0, 10.0}, {0, 2, 16.0, 10.0}};
+    const std::vector<TrapSpot> traps = {{0, 1, 10.0, 10.0, ""}, {0, 2, 16.0, 10.0, ""}};
     EXPECT_EQ(TrapAt(traps, 12.0, 10.0, 8.0)->index, 1);
     EXPECT_EQ(TrapAt(traps, 14.0, 10.0, 8.0)->index, 2);
     EXPECT_EQ(TrapAt(traps, 13.0, 10.0, 8.0)->index, 1) << "at the same distance the first";
     EXPECT_EQ(TrapAt(traps, 24.0, 10.0, 8.0)->index, 2) << "just in reach";
     EXPECT_EQ(TrapAt(traps, 24.1, 10.0, 8.0), nullptr);
     EXPECT_EQ(TrapAt({}, 0.0, 0.0, 8.0), nullptr);
+}
+
+TEST(MayAdd, OnlyOneTrapOfAPathInASecond)
+{
+    const std::vector<TrapSpot> traps = {{0, 1000, 0.0, 0.0, ""}, {1, 1001, 0.0, 0.0, ""}};
+    EXPECT_FALSE(MayAdd(traps, 0, 1000));
+    EXPECT_TRUE(MayAdd(traps, 0, 1001));
+    EXPECT_FALSE(MayAdd(traps, 1, 1001));
+    EXPECT_TRUE(MayAdd({}, 0, 1000));
 }
 
 TEST(Gesture, ClickOnEmptySpaceAddsATrapWhereItWasPressed)

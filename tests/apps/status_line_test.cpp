@@ -6,15 +6,15 @@ TEST(StatusText, TellsTrapsPathZoomAndTheTrapTouchedLast)
 {
     StatusFacts facts;
     EXPECT_EQ(StatusText(facts), "A 0, B 0 | clicks add to A | zoom 1.0");
-    facts.traps = {{0, 1, 10.0, 20.0}, {0, 2, 410.4, 311.6}, {1, 2, 5.0, 6.0}};
+    facts.traps = {{0, 1, 10.0, 20.0, "A_1"}, {0, 2, 410.4, 311.6, "A_2"}, {1, 2, 5.0, 6.0, "B_2"}};
     facts.zoom = 1.5625;
     facts.addPath = 1;
     facts.touched = true;
     facts.index = 2;
-    EXPECT_EQ(StatusText(facts), "A 2, B 1 | clicks add to B | zoom 1.6 | A2 at 410, 312");
+    EXPECT_EQ(StatusText(facts), "A 2, B 1 | clicks add to B | zoom 1.6 | A_2 at 410, 312");
     facts.path = 1;
-    facts.news = "B2 added";
-    EXPECT_EQ(StatusText(facts), "A 2, B 1 | clicks add to B | zoom 1.6 | B2 at 5, 6 | B2 added");
+    facts.news = "B_2 added";
+    EXPECT_EQ(StatusText(facts), "A 2, B 1 | clicks add to B | zoom 1.6 | B_2 at 5, 6 | B_2 added");
 }
 
 TEST(StatusText, SaysNothingOfATouchedTrapThatHasGone)

@@ -183,6 +183,21 @@ TEST_F(CameraOnScreen, BothWindowsGoIntoAClientsWindow)
     EXPECT_EQ(ZVK_Camera_Shutdown(0), 0);
 }
 
+TEST_F(CameraOnScreen, TheHistogramIsDrawnInItsWindow)
+{
+    Set("HISTOSUPPORT", "1");
+    Set("COLORMODE", "6");  // grey, 8 bits
+    ASSERT_EQ(ZVK_Camera_Init(0, 0, 0), 0);
+    ASSERT_EQ(ZVK_Camera_SetComputeHistogram(0, 1), 0);
+    const Window window = Desk().Find("Histogram");
+    ASSERT_NE(window, 0U);
+    EXPECT_EQ(Desk().FactsOf(window).x, 845);
+    // A black frame has all its pixels at the left end; the rest is the plain ground.
+    EXPECT_TRUE(
+        Soon([] { return Desk().PixelAt(845 + 200, 40 + 50) == cv::Vec3b(200, 200, 200); }));
+    (void)Desk().Look("histogram");
+}
+
 TEST_F(CameraOnScreen, TheSessionLivesOnWhenItsUserClosesTheWindow)
 {
     ASSERT_EQ(ZVK_Camera_Init(0, 0, 0), 0);

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -101,6 +102,51 @@ protected:
         m_screen.Button(1, false);
     }
 };
+
+// How much of the circle around a place of the window is drawn, 0 to 1.
+static double Ring(const cv::Mat &seen, int x, int y)
+{
+    constexpr int kParts = 24;
+    int drawn = 0;
+    for (int part = 0; part < kParts; ++part) {
+        const double angle = 2.0 * CV_PI * part / kParts;
+        bool bright = false;
+        for (int radius = 8; radius <= 12; ++radius) {
+            const int atX = kLeft + x + cvRound(radius * std::cos(angle));
+            const int atY = kTop + y + cvRound(radius * std::sin(angle));
+            bright = bright || seen.at<cv::Vec3b>(atY, atX)[1] > 100;
+        }
+        drawn += bright;
+    }
+    return static_cast<double>(drawn) / kParts;
+}
+
+TEST_F(ZvkLive, MovesACircleWithTheMouse)
+{
+    ASSERT_TRUE(m_live.SaysSoon("The session is up")) << m_live.Text();
+    m_screen.Click(kLeft + 250, kTop + 200);
+    ASSERT_TRUE(Soon([&] { return Ring(m_screen.Look(), 250, 200) > 0.9; })) << m_live.Text();
+    (void)m_screen.Look("live_trap_added");
+
+    Drag(253, 203, 560, 410);
+
+    EXPECT_TRUE(Soon([&] { return Ring(m_screen.Look(), 557, 407) > 0.9; }));
+    EXPECT_TRUE(Soon([&] { return Ring(m_screen.Look(), 250, 200) < 0.1; }));
+    (void)m_screen.Look("live_trap_dragged");
+
+    // A notch of the wheel: the point under the pointer stays, all else moves away from it.
+    m_screen.Click(kLeft + 557, kTop + 407, 4);
+    m_screen.Click(kLeft + 557, kTop + 407, 4);
+    EXPECT_TRUE(Soon([&] { return Ring(m_screen.Look(), 557, 407) > 0.9; }));
+    m_screen.Click(kLeft + 300, kTop + 100);
+    EXPECT_TRUE(Soon([&] { return Ring(m_screen.Look(), 300, 100) > 0.9; })) << m_live.Text();
+    (void)m_screen.Look("live_zoomed");
+
+    m_screen.Click(kLeft + 557, kTop + 407, 3);
+    EXPECT_TRUE(Soon([&] { return Ring(m_screen.Look(), 557, 407) < 0.1; }));
+    m_live.Send(SIGINT);
+    EXPECT_EQ(m_live.Wait(), 0);
+}
 
 TEST_F(ZvkLive, AddsAndDeletesTrapsByClicks)
 {
