@@ -21,9 +21,9 @@ TEST_F(StageInit, TheControllerIsBroughtUpStepByStep)
                               "WGO 3 0",    "MOV 3 0",    "VCO 1 1 2 1 3 1", "DCO 1 1 2 1 3 1",
                               "WGO 1 0",    "MOV 1 0",    "WGO 2 0",         "MOV 2 0",
                               "WGO 3 0",    "MOV 3 0",    "VEL 1 1500",      "VEL 2 1500",
-                              "VEL 3 1500", "PLM? 1 2 3", "NLM? 1 2 3",      "MOV 1 50 2 50 3 50", "ONT? 1 2 3", "ONT? 1 2 3", "ONT? 1 2 3",
- "DFH 1 2 3",       "PLM? 1 2 3",
-                              "NLM? 1 2 3"}));
+                              "VEL 3 1500", "PLM? 1 2 3", "NLM? 1 2 3",      "MOV 1 50 2 50 3 50",
+                              "ONT? 1 2 3", "ONT? 1 2 3", "ONT? 1 2 3",      "DFH 1 2 3",
+                              "PLM? 1 2 3", "NLM? 1 2 3"}));
     for (int axis = 0; axis < 3; ++axis) {
         EXPECT_EQ(g_stage.maxPosition[axis], 50.0);
         EXPECT_EQ(g_stage.minPosition[axis], -50.0);
