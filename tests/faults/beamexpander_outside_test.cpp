@@ -93,6 +93,7 @@ protected:
                                       static_cast<int32_t>(ZVK_BEAMEXPANDER_NOT_FOUND),
                                       static_cast<int32_t>(ZVK_BEAMEXPANDER_NO_REPLY),
                                       static_cast<int32_t>(ZVK_BEAMEXPANDER_BAD_CHECKSUM),
+                                      static_cast<int32_t>(ZVK_BEAMEXPANDER_BAD_EEPROM_VALUE),
                                       static_cast<int32_t>(ZVK_BEAMEXPANDER_PORT_FAILED)};
         EXPECT_NE(std::ranges::find(kTold, status), kTold.end()) << status;
         EXPECT_GE(InitBoth(), 0);
