@@ -8,8 +8,11 @@
 #include <opencv2/imgproc.hpp>
 #include <opencv2/videoio.hpp>
 
+#include <algorithm>
 #include <exception>
 #include <memory>
+#include <span>
+#include <string_view>
 
 namespace {
 
@@ -22,9 +25,44 @@ struct Video
 
 }  // namespace
 
-// In the order in which they are tried: uncompressed, where the container takes that; then what
-// nearly every player reads, for AVI and Matroska, and for MP4 and QuickTime.
-static constexpr int kCodecs[] = {0, 0x47504A4D /* MJPG */, 0x7634706D /* mp4v */};
+namespace {
+
+struct Attempt
+{
+    int writer;
+    int codec;
+};
+
+}  // namespace
+
+constexpr int kUncompressed = 0;
+constexpr int kMotionJpeg = 0x47504A4D;  // "MJPG"
+constexpr int kMpeg4 = 0x7634706D;       // "mp4v"
+
+// Extensions of a file are compared without regard to case, as the writers do it.
+static bool HasExtension(std::string_view fileName, std::string_view lowercase)
+{
+    if (fileName.size() < lowercase.size()) return false;
+    const auto equals = [](char a, char lower) {
+        return (a >= 'A' && a <= 'Z' ? a + 32 : a) == lower;
+    };
+    return std::ranges::equal(fileName.substr(fileName.size() - lowercase.size()), lowercase,
+                              equals);
+}
+
+// The writers and codecs of a container, in the order in which they are tried. Uncompressed frames
+// in a QuickTime file are taken and can't be read by anyone. The last one of .avi is OpenCV's own,
+// where FFmpeg isn't there; it rounds the rate.
+static std::span<const Attempt> AttemptsFor(std::string_view fileName)
+{
+    static constexpr Attempt kQuickTime[] = {{cv::CAP_FFMPEG, kMpeg4}};
+    static constexpr Attempt kAvi[] = {{cv::CAP_FFMPEG, kUncompressed},
+                                       {cv::CAP_FFMPEG, kMotionJpeg},
+                                       {cv::CAP_OPENCV_MJPEG, kMotionJpeg}};
+    if (HasExtension(fileName, ".mp4") || HasExtension(fileName, ".mov")) return kQuickTime;
+    const std::span<const Attempt> all = kAvi;
+    return HasExtension(fileName, ".avi") ? all : all.first(2);
+}
 
 // The library only reads it, but takes no pointer to constant pixels.
 static cv::Mat MatOf(const ZVK_Picture &picture)
@@ -48,12 +86,12 @@ static int Encode(const char *fileName, const ZVK_Picture &picture, std::vector<
     }
 }
 
-static bool OpenWith(cv::VideoWriter &writer, const char *fileName, int codec, double rate,
-                     const cv::Size &size, bool color)
+static bool OpenWith(cv::VideoWriter &writer, const Attempt &attempt, const char *fileName,
+                     double rate, const cv::Size &size, bool color)
 {
     try {
-        return writer.open(fileName, codec, rate, size, color);
-    } catch (const cv::Exception &) {  // the next codec may do
+        return writer.open(fileName, attempt.writer, attempt.codec, rate, size, color);
+    } catch (const cv::Exception &) {  // the next one may do
         return false;
     }
 }
@@ -64,8 +102,8 @@ static void *OpenVideo(const char *fileName, double rate, int32_t width, int32_t
     try {
         auto video = std::make_unique<Video>();
         video->size = {width, height};
-        for (const int codec : kCodecs)
-            if (OpenWith(video->writer, fileName, codec, rate, video->size, color))
+        for (const Attempt &attempt : AttemptsFor(fileName))
+            if (OpenWith(video->writer, attempt, fileName, rate, video->size, color))
                 return video.release();
     } catch (const std::exception &) {  // no memory
     }
