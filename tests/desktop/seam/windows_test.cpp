@@ -128,7 +128,7 @@ TEST_F(WindowsOnScreen, ShowPartsOfLargerPicturesByTheirStep)
     large(cv::Rect(kWidth, 0, 100, kHeight)).setTo(cv::Scalar(1, 1, 1));
     ASSERT_EQ(Show(large(cv::Rect(0, 0, kWidth, kHeight))), 0);
     ASSERT_TRUE(ShowsSoon(100, 50, kTeal));
-    EXPECT_EQ(Desk().PixelAt(100 + kWidth - 1, 50 + kHeight - 1), kTeal);
+    EXPECT_TRUE(ShowsSoon(100 + kWidth - 1, 50 + kHeight - 1, kTeal));
 }
 
 TEST_F(WindowsOnScreen, StretchThePictureWhenTheyGrow)
