@@ -52,12 +52,13 @@ TEST_F(CameraThreads, FramesRunFromInitToShutdown)
 {
     BringUp();
     WaitForFrames(50);
+    while (windows.Pictures().empty())  // the display may miss frames, but never all of them
+        std::this_thread::yield();
     EXPECT_EQ(Get(&ZVK_CameraState::runAcquire), 1);
     EXPECT_EQ(Get(&ZVK_CameraState::displayRunning), 1);
     EXPECT_EQ(Shutdown(), ZVK_SUCCESS);
     WaitUntil([] { return g_camera.acquireRunning == 0; });
     EXPECT_EQ(Get(&ZVK_CameraState::displayRunning), 1) << "it rests";
-    EXPECT_GT(windows.Pictures().size(), 0U);
     const int32_t frames = Get(&ZVK_CameraState::frameCount);
     WaitUntil([] { return g_camera.frameConsumed == 1; });
     EXPECT_EQ(Get(&ZVK_CameraState::frameCount), frames);
