@@ -55,6 +55,31 @@ SIMULATE = 1
 DET_A_NAME = "DKL-1"
 DET_B_NAME = "DKL-2"
 
+[FORCECAL]
+MI = 1
+SIMULATE = 1
+SWAPAXES = 0
+AVERAGES = 10
+CALLENGTH = 1
+AMPLITUDE = 0.25
+FREQUENCY = 32
+OSCILLATE = 1
+HISTOGRAM_BINS = 100
+SUB_MEAN = 0
+SUB_DRIFT = 1
+FIT_LOWEND = 10
+FIT_HIGHEND = 8000
+FIT_DISPLAY = 20000
+MEDIUM = 1
+ETA = 0.001
+TEMPERATURE = 293.15
+DIAMETER = 1
+LINESCAN_LENGTH = 0.4
+LINESCAN_STEPS = 21
+LINESCAN_AVERAGES = 10000
+MAX_FFT = 1000
+STARTUP_VALUES = "default.cal"
+
 [GALVO 0]
 OFFSETX = 0.5
 OFFSETY = -0.25
@@ -164,9 +189,32 @@ CALYMIN = 160
 CALYMAX = 440
 )";
 
+static const char kCalibration[] = R"([TRAP A]
+BETACOUNT = 1
+BETA_X_0 = 1e-06
+BETA_Y_0 = 2e-06
+BETA_Z_0 = 3e-06
+KCOUNT = 1
+K_X_0 = 5e-05
+K_Y_0 = 4e-05
+K_Z_0 = 1e-05
+
+[TRAP B]
+BETACOUNT = 1
+BETA_X_0 = 1e-06
+BETA_Y_0 = 2e-06
+BETA_Z_0 = 3e-06
+KCOUNT = 1
+K_X_0 = 5e-05
+K_Y_0 = 4e-05
+K_Z_0 = 1e-05
+)";
+
 std::string TwoPathsConfig() { return kConfig; }
 
 std::string TwoPathsObjective() { return kObjective; }
+
+std::string TwoPathsCalibration() { return kCalibration; }
 
 static bool WriteText(const std::filesystem::path &path, const std::string &text)
 {
@@ -181,7 +229,8 @@ bool WriteTwoPathsFolder(const std::string &root)
     const std::filesystem::path folder = std::filesystem::path(root) / "ZVK640";
     std::filesystem::create_directories(folder, error);
     return !error && WriteText(folder / "config.ini", kConfig) &&
-           WriteText(folder / "default.odf", kObjective);
+           WriteText(folder / "default.odf", kObjective) &&
+           WriteText(folder / "default.cal", kCalibration);
 }
 
 const std::vector<TwoPathsTrap> &TwoPathsTraps(int32_t path)

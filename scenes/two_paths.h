@@ -19,8 +19,9 @@
 // A unit of length is 10 pixels in X and 20 in Y. Blocks of 1,000 samples at 10,000 a second.
 std::string TwoPathsConfig();
 std::string TwoPathsObjective();
+std::string TwoPathsCalibration();
 
-// Writes both into the folder ZVK640 below `root`, which is made; false when that fails. `root` is
+// Writes all three, as config.ini, default.odf and default.cal, into the folder ZVK640 below `root`, which is made; false when that fails. `root` is
 // what the environment variable ZVK_COMMON_APPDATA names then.
 bool WriteTwoPathsFolder(const std::string &root);
 

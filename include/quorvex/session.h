@@ -13,13 +13,20 @@ ZVK_EXTERN_C_BEGIN
  */
 
 /**
- * Brings all modules up, in this order: the laser, the traps of path A with the label "A_1", the
- * traps of path B with "B_1" (the first of them brings the galvo module up), the coordinate
- * systems. Each module reads its keys from config.ini in the common data folder.
+ * Brings all modules up, in this order: the laser, beam power of both paths, the beam expanders of
+ * both paths, the stage, the traps of path A with the label "A_1", the traps of path B with "B_1"
+ * (the first of them brings the galvo module up), the coordinate systems, the camera, the overlay,
+ * force acquisition, force calibration, the detectors. Each module reads its keys from config.ini
+ * in the common data folder.
  *
  * The first module that fails ends the call; those that are up stay up, and the call may be
  * repeated. A second call starts the list of traps of both paths afresh and loads the transforms
  * again. A module's warning doesn't end the call; it is neither returned nor captured here.
+ *
+ * The calibration comes up once in a process: once it is up, each later call, behind a ZVK_close
+ * too, ends there with ZVK_FORCECAL_ALREADY_INITIALIZED. All modules before it are then up; the
+ * detectors are brought up by ZVK_Detector_Init. One that the instrument doesn't have (MI 0 in
+ * section FORCECAL) ends the call there too, with ZVK_FORCECAL_NOT_INSTALLED.
  *
  * @param rsrcName     ignored, may be null
  * @param id_query     handed on to each module; none acts on it
@@ -31,10 +38,11 @@ ZVK_API int32_t ZVK_init(const char *rsrcName, uint16_t id_query, uint16_t reset
                          SessionHandle vi);
 
 /**
- * Shuts all modules down in a fixed order: laser, camera, beam power, traps (and the galvo module
- * before them), coordinate systems, detectors. At the end the captured warnings are forgotten, and
- * the list is ready for another session. The first module that fails ends the call: later ones stay
- * up, and the warnings stay. A module's warning is passed over.
+ * Shuts all modules down in a fixed order: laser, camera, beam power, beam expanders, stage, traps
+ * (and the galvo module before them), coordinate systems, overlay, force acquisition, force
+ * calibration, detectors. At the end the captured warnings are forgotten, and the list is ready for
+ * another session. The first module that fails ends the call: later ones stay up, and the warnings
+ * stay. A module's warning is passed over.
  *
  * A camera that isn't up fails: in a session without one, with one that isn't simulated, and after
  * a ZVK_init that came up in part, the call ends there, and the later modules are shut down by

@@ -51,6 +51,8 @@ static const ZVK_InitRow kInits[] = {
     {ZVK_CoordinateSystems_Init},
     {ZVK_Camera_Init},
     {ZVK_ImageProc_Init},
+    {ZVK_Force_Init},
+    {ZVK_ForceCal_Init},
     {ZVK_Detector_Init},
 };
 
@@ -63,6 +65,8 @@ static const ZVK_ShutdownRow kShutdowns[] = {
     {ZVK_Trap_Shutdown},
     {ZVK_CoordinateSystems_Shutdown},
     {ZVK_ImageProc_Shutdown},
+    {ZVK_Force_Shutdown},
+    {ZVK_ForceCal_Shutdown},
     {ZVK_Detector_Shutdown},
 };
 // clang-format on

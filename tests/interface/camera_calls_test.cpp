@@ -22,6 +22,7 @@ protected:
     {
         folder.Write("config.ini", TwoPathsConfig());
         folder.Write("default.odf", TwoPathsObjective());
+        folder.Write("default.cal", TwoPathsCalibration());
     }
     void TearDown() override { CloseModules(); }
 
@@ -133,6 +134,7 @@ static void EndWhileFramesRun(bool shutDown)
     ScratchFolder folder;
     folder.Write("config.ini", TwoPathsConfig());
     folder.Write("default.odf", TwoPathsObjective());
+    folder.Write("default.cal", TwoPathsCalibration());
     ASSERT_EQ(ZVK_init("", 0, 0, 0), 0);
     ASSERT_EQ(ZVK_Camera_SetROI(0, 1, 0, nullptr, nullptr), 0);  // 0.2 s of time for frames
     ASSERT_EQ(ZVK_Camera_SetUserOverlay(0, 1), 0);

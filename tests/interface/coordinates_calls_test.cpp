@@ -1,6 +1,7 @@
 // The coordinate calls as a calibration tool uses them: measure, fit, set, save, load.
 
 #include "close_modules.h"
+#include "start_session.h"
 #include "scratch_folder.h"
 #include "two_paths.h"
 
@@ -20,6 +21,7 @@ protected:
     {
         folder.Write("config.ini", TwoPathsConfig());
         folder.Write("default.odf", TwoPathsObjective());
+        folder.Write("default.cal", TwoPathsCalibration());
     }
     void TearDown() override { CloseModules(); }
 
@@ -28,7 +30,7 @@ protected:
 
 TEST_F(CoordinateCalls, ConversionsThereAndBackMeet)
 {
-    ASSERT_EQ(ZVK_init(nullptr, 0, 0, 0), 0);
+    ASSERT_EQ(StartSession(), 0);
     const int32_t pairs[][2] = {
         {ZVK_TRAFODIR_VOLT_TO_PIXEL, ZVK_TRAFODIR_PIXEL_TO_VOLT},
         {ZVK_TRAFODIR_VOLT_TO_MICROMETER, ZVK_TRAFODIR_MICROMETER_TO_VOLT},
@@ -66,7 +68,7 @@ TEST_F(CoordinateCalls, BeforeTheInitEveryCallTellsSo)
 
 TEST_F(CoordinateCalls, WhatWasSetIsSavedAndLoadedAgain)
 {
-    ASSERT_EQ(ZVK_init(nullptr, 0, 0, 0), 0);
+    ASSERT_EQ(StartSession(), 0);
     const Values table = {1.5, 0.25, -2.0, 0.125, 3.0, 7.0, -0.5, 0.0625, 11.0};
     const double range[4] = {10.0, 20.0, 30.0, 40.0};
     char section[] = "GALVO 1";
@@ -120,7 +122,7 @@ static Measured MeasureGrid()
 
 TEST_F(CoordinateCalls, FittedTablesBringMeasuredPointsBack)
 {
-    ASSERT_EQ(ZVK_init(nullptr, 0, 0, 0), 0);
+    ASSERT_EQ(StartSession(), 0);
     constexpr int32_t kOrder = 3;
     const Measured points = MeasureGrid();
     const int32_t n = static_cast<int32_t>(points.xVolts.size());

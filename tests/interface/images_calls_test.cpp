@@ -2,6 +2,7 @@
 // display.
 
 #include "close_modules.h"
+#include "start_session.h"
 #include "other_process.h"
 #include "scratch_folder.h"
 #include "two_paths.h"
@@ -28,7 +29,8 @@ protected:
     {
         folder.Write("config.ini", TwoPathsConfig());
         folder.Write("default.odf", TwoPathsObjective());
-        ASSERT_GE(ZVK_init("", 0, 0, 0), 0);
+        folder.Write("default.cal", TwoPathsCalibration());
+        ASSERT_GE(StartSession(), 0);
     }
     void TearDown() override { CloseModules(); }
 
@@ -58,7 +60,7 @@ TEST_F(ImageCalls, TheSessionBringsTheOverlayUpAndKeepsItUp)
     EXPECT_EQ(index, 1);
     EXPECT_EQ(ZVK_ImageProc_Init(0, 0, 0), ZVK_IMAGEPROC_ALREADY_INITIALIZED);
     EXPECT_EQ(ZVK_close(0), 0);
-    EXPECT_GE(ZVK_init("", 0, 0, 0), 0) << "an overlay that is up is a warning";
+    EXPECT_GE(StartSession(), 0) << "an overlay that is up is a warning";
     EXPECT_EQ(ZVK_ImageProc_AddLine(0, &index, 1, 2, 3, 4, "x", 1, 0), 0);
     EXPECT_EQ(index, 1) << "the close took the objects";
 }
@@ -180,7 +182,7 @@ TEST_F(ImageCalls, ClientsCallEverythingWhileFramesRun)
 TEST(DISABLED_ImageRole, EndsWhileItRecords)
 {
     std::string path = std::string(std::getenv("ZVK_COMMON_APPDATA")) + "/ZVK640/ended.avi";
-    ASSERT_GE(ZVK_init("", 0, 0, 0), 0);
+    ASSERT_GE(StartSession(), 0);
     ASSERT_EQ(ZVK_Camera_SaveVideo(0, 1, path.data(), 0), 0);
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     std::exit(0);

@@ -3,6 +3,7 @@
 
 #include "close_modules.h"
 #include "instrument_folder.h"
+#include "start_session.h"
 
 #include <quorvex-virtual/daq.h>
 #include <quorvex-virtual/laser.h>
@@ -49,6 +50,7 @@ protected:
         ZVC_SetPace(ZVC_PACE_FAST);
         Write(Simulated());
         folder.Files().Write("default.odf", Sample("simulated/ZVK640/default.odf"));
+        folder.Files().Write("default.cal", Sample("simulated/ZVK640/default.cal"));
         folder.Files().Write("dkl.exe", Sample("virtual/ZVK640/dkl.exe"));
         std::filesystem::permissions(folder.Files().Path("dkl.exe"),
                                      std::filesystem::perms::owner_all);
@@ -151,7 +153,7 @@ protected:
 
 TEST_F(Session, InitBringsAllUpAndCloseTakesAllDown)
 {
-    ASSERT_EQ(ZVK_init("", 0, 0, 640), 0);
+    ASSERT_EQ(StartSession(640), 0);
     ExpectAllUp();
     EXPECT_EQ(Captured(), std::vector<int32_t>{});
     EXPECT_EQ(Log(), "");
@@ -161,10 +163,10 @@ TEST_F(Session, InitBringsAllUpAndCloseTakesAllDown)
 
 TEST_F(Session, AnySessionValueNullNameAndFlagsBehaveTheSame)
 {
-    ASSERT_EQ(ZVK_init(nullptr, 0, 0, 0), 0);
+    ASSERT_EQ(StartSession(0, nullptr), 0);
     ExpectAllUp();
     ASSERT_EQ(ZVK_close(0), 0);
-    ASSERT_EQ(ZVK_init("any name", 1, 65535, 0xFFFFFFFFU), 0);
+    ASSERT_EQ(StartSession(0xFFFFFFFFU, "any name", 65535), 0);
     ExpectAllUp();
     ASSERT_EQ(ZVK_close(3), 0) << "another value means the same session";
     ExpectAllDown();
@@ -172,20 +174,20 @@ TEST_F(Session, AnySessionValueNullNameAndFlagsBehaveTheSame)
 
 TEST_F(Session, SecondInitStartsTheListsOfBothPathsAfresh)
 {
-    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ASSERT_EQ(StartSession(), 0);
     int32_t index = 0;
     ASSERT_EQ(ZVK_Trap_Add(0, 0, &index, 1.0, "more", 0.5, 0.5, ZVK_UNIT_VOLT), 0);
     ASSERT_EQ(ZVK_Trap_Add(0, 1, &index, 1.0, "other", 0.5, 0.5, ZVK_UNIT_VOLT), 0);
     ASSERT_EQ(Traps(0), (Names{"more", "A_1"}));
     ASSERT_EQ(Traps(1), (Names{"other", "B_1"}));
-    EXPECT_EQ(ZVK_init("", 0, 0, 1), 0);
+    EXPECT_EQ(StartSession(), 0);
     ExpectAllUp();
 }
 
 TEST_F(Session, ManySessionsFollowEachOther)
 {
     for (int i = 0; i < 5; ++i) {
-        ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+        ASSERT_EQ(StartSession(), 0);
         ExpectAllUp();
         ASSERT_EQ(ZVK_close(1), 0);
         ExpectAllDown();
@@ -197,7 +199,7 @@ TEST_F(Session, CloseWithoutACameraStopsThereEachTime)
     EXPECT_EQ(ZVK_close(1), ZVK_CAMERA_NOT_INITIALIZED);
     EXPECT_EQ(ZVK_close(1), ZVK_CAMERA_NOT_INITIALIZED);
     ExpectAllDown();
-    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ASSERT_EQ(StartSession(), 0);
     EXPECT_EQ(ZVK_close(1), 0);
     EXPECT_EQ(ZVK_close(1), ZVK_CAMERA_NOT_INITIALIZED);
     ExpectAllDown();
@@ -208,7 +210,7 @@ TEST_F(Session, WithoutACameraCloseLeavesTheLaterModulesUp)
     std::string none = Simulated();
     none.replace(none.find("MI = 1", none.find("[CAMERA]")), 6, "MI = 0");
     Write(none);
-    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ASSERT_EQ(StartSession(), 0);
     EXPECT_EQ(ZVK_close(1), ZVK_CAMERA_NOT_INITIALIZED);
     ExpectAllUp();
 }
@@ -217,9 +219,9 @@ TEST_F(Session, TheCameraComesUpAfterTheCoordinates)
 {
     folder.Files().Write("default.odf", "");
     Write(Without(Simulated(), "COLORMODE"));
-    EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_CONFILE_NOT_READABLE) << "the objective's";
+    EXPECT_EQ(StartSession(), ZVK_CONFILE_NOT_READABLE) << "the objective's";
     folder.Files().Write("default.odf", Sample("simulated/ZVK640/default.odf"));
-    EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_CONFILE_NOT_FOUND);
+    EXPECT_EQ(StartSession(), ZVK_CONFILE_NOT_FOUND);
     ExpectAllUp();
     EXPECT_EQ(ZVK_Camera_Shutdown(0), ZVK_CAMERA_NOT_INITIALIZED);
 }
@@ -227,12 +229,12 @@ TEST_F(Session, TheCameraComesUpAfterTheCoordinates)
 TEST_F(Session, OnTheCardSecondInitKeepsTheTasksAndCloseClearsThem)
 {
     Write(Virtual());
-    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ASSERT_EQ(StartSession(), 0);
     ExpectAllUp();
     const int32_t tasks = ZVC_CountTasks();
     EXPECT_GE(tasks, 4) << "the laser's lines, two of beam power and the mirrors";
     const uint64_t made = ZVC_CountCalls("DAQmxCreateTask");
-    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ASSERT_EQ(StartSession(), 0);
     EXPECT_EQ(ZVC_CountTasks(), tasks);
     EXPECT_EQ(ZVC_CountCalls("DAQmxCreateTask"), made);
     ASSERT_EQ(ZVK_close(1), 0);
@@ -243,7 +245,7 @@ TEST_F(Session, OnTheCardSecondInitKeepsTheTasksAndCloseClearsThem)
 TEST_F(Session, TheLaserComesUpFirstAndGoesDownFirst)
 {
     Write(Virtual());
-    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ASSERT_EQ(StartSession(), 0);
     int32_t status = 0;
     EXPECT_EQ(ZVK_Laser_GetInitStatus(0, &status), 0);
     EXPECT_EQ(status, 1);
@@ -274,14 +276,14 @@ TEST_F(Session, TheBeamExpandersComeUpOnTheirBoardsAfterBeamPowerAndBeforeTheTra
 {
     Write(Virtual());
     motorB.SetOwner(3);
-    EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_BEAMEXPANDER_BAD_EEPROM_VALUE);
+    EXPECT_EQ(StartSession(), ZVK_BEAMEXPANDER_BAD_EEPROM_VALUE);
     double power = -1.0;
     EXPECT_EQ(ZVK_BeamPower_GetPower(0, 1, &power), 0) << "it is up";
     EXPECT_EQ(ExpanderStatus(0), 1);
     EXPECT_EQ(ExpanderStatus(1), 0);
     EXPECT_EQ(Traps(0), Names{});
     motorB.SetOwner(2);
-    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ASSERT_EQ(StartSession(), 0);
     ExpectAllUp();
     EXPECT_EQ(ExpanderStatus(1), 1);
     EXPECT_EQ(ZVK_BeamExpander_SetPosition(0, 1, 18500), 0);
@@ -295,7 +297,7 @@ TEST_F(Session, ABeamExpanderWithoutABoardDoesNotEndInit)
 {
     Write(Virtual());
     const ScopedVariable alone("ZVK_SERIAL_PORTS", laser.Offer(7).c_str());
-    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ASSERT_EQ(StartSession(), 0);
     ExpectAllUp();
     EXPECT_EQ(ExpanderStatus(0), 0);
     EXPECT_EQ(Captured(), std::vector<int32_t>{}) << "its warning is dropped";
@@ -306,12 +308,12 @@ TEST_F(Session, ALaserThatIsNotFoundEndsInitAndOneThatDoesNotExistDoesNot)
     const std::string text = Virtual();
     laser.Port().HangUp();
     Write(text);
-    EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_LASER_INIT_FAILED);
+    EXPECT_EQ(StartSession(), ZVK_LASER_INIT_FAILED);
     ExpectAllDown();
     std::string none = text;
     none.replace(none.find("MI = 1", none.find("[LASER]")), 6, "MI = 0");
     Write(none);
-    EXPECT_EQ(ZVK_init("", 0, 0, 1), 0);
+    EXPECT_EQ(StartSession(), 0);
     ExpectAllUp();
     EXPECT_EQ(Captured(), std::vector<int32_t>{}) << "its warning is dropped";
     ASSERT_EQ(ZVK_close(1), 0);
@@ -319,7 +321,7 @@ TEST_F(Session, ALaserThatIsNotFoundEndsInitAndOneThatDoesNotExistDoesNot)
     Write(text);
     ASSERT_TRUE(laser.Port().Plug());
     const ScopedVariable again("ZVK_SERIAL_PORTS", Ports().c_str());
-    EXPECT_EQ(ZVK_init("", 0, 0, 1), 0);
+    EXPECT_EQ(StartSession(), 0);
     EXPECT_EQ(ZVK_close(1), 0);
     EXPECT_EQ(ZVC_CountTasks(), 0);
 }
@@ -327,19 +329,19 @@ TEST_F(Session, ALaserThatIsNotFoundEndsInitAndOneThatDoesNotExistDoesNot)
 TEST_F(Session, InitWithoutConfigurationEndsAtTheFirstModuleAndMayBeRepeated)
 {
     Write("");
-    EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_CONFILE_NOT_READABLE);
+    EXPECT_EQ(StartSession(), ZVK_CONFILE_NOT_READABLE);
     ExpectAllDown();
     EXPECT_NE(Log().find("An error occurred reading section MAINDAQ, tag SIMULATE"),
               std::string::npos);
     Write(Simulated());
-    EXPECT_EQ(ZVK_init("", 0, 0, 1), 0);
+    EXPECT_EQ(StartSession(), 0);
     ExpectAllUp();
 }
 
 TEST_F(Session, CloseAfterAFailedInitStopsAtWhatIsNotUp)
 {
     folder.Files().Write("default.odf", "");
-    EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_CONFILE_NOT_READABLE);
+    EXPECT_EQ(StartSession(), ZVK_CONFILE_NOT_READABLE);
     EXPECT_EQ(Traps(0), Names{"A_1"});
     EXPECT_EQ(Traps(1), Names{"B_1"}) << "what came up stays up";
     EXPECT_EQ(ZVK_close(1), ZVK_CAMERA_NOT_INITIALIZED) << "the camera didn't come up";
@@ -354,7 +356,7 @@ TEST_F(Session, FirstFailureIsTheResultAndLaterModulesAreNotReached)
     ASSERT_EQ(ZVK_Galvo_Init(1, 0, 0), 0);  // so that only the traps read the limits
     Write(Without(Simulated(), "MINX", 2));
     folder.Files().Write("default.odf", "");
-    EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_CONFILE_NOT_FOUND) << "path B's, not the objective's";
+    EXPECT_EQ(StartSession(), ZVK_CONFILE_NOT_FOUND) << "path B's, not the objective's";
     EXPECT_EQ(Traps(0), Names{"A_1"}) << "nothing that came up goes down again";
     EXPECT_EQ(Traps(1), Names{});
     EXPECT_EQ(Log().find("COEFFNUM"), std::string::npos);
@@ -363,7 +365,7 @@ TEST_F(Session, FirstFailureIsTheResultAndLaterModulesAreNotReached)
 TEST_F(Session, OutputThatRunsAlreadyDoesNotEndInit)
 {
     ASSERT_EQ(ZVK_Galvo_DaqInit(1, 1), 0);
-    EXPECT_EQ(ZVK_init("", 0, 0, 1), 0) << "a warning is dropped";
+    EXPECT_EQ(StartSession(), 0) << "a warning is dropped";
     ExpectAllUp();
 }
 
@@ -371,11 +373,11 @@ TEST_F(Session, FailedCardEndsInitAndTheNextOneWorks)
 {
     Write(Virtual());
     ZVC_FailCall("DAQmxCfgSampClkTiming", 1, -50103);  // the mirrors alone have a clock
-    EXPECT_EQ(ZVK_init("", 0, 0, 1), ZVK_GALVO_DAQ_FAILED);
+    EXPECT_EQ(StartSession(), ZVK_GALVO_DAQ_FAILED);
     EXPECT_EQ(Traps(0), Names{});
     CloseModules();
     EXPECT_EQ(ZVC_CountTasks(), 0);
-    EXPECT_EQ(ZVK_init("", 0, 0, 1), 0);
+    EXPECT_EQ(StartSession(), 0);
     ExpectAllUp();
 }
 
@@ -383,7 +385,7 @@ TEST_F(Session, CardWithoutUsbEndsInitWithTheDriversCode)
 {
     Write(Virtual());
     ZVC_SetUsb(0);
-    EXPECT_LT(ZVK_init("", 0, 0, 1), -200000);
+    EXPECT_LT(StartSession(), -200000);
     EXPECT_EQ(Traps(0), Names{});
     ZVC_SetUsb(1);
     CloseModules();
@@ -392,13 +394,13 @@ TEST_F(Session, CardWithoutUsbEndsInitWithTheDriversCode)
 
 TEST_F(Session, CloseForgetsTheCapturedWarnings)
 {
-    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ASSERT_EQ(StartSession(), 0);
     ASSERT_EQ(ZVK_error_CaptureWarning(1, ZVK_GALVO_CLAMPED), 0);
     EXPECT_EQ(ZVK_close(1), 0);
     EXPECT_EQ(Captured(), std::vector<int32_t>{});
     ASSERT_EQ(ZVK_error_CaptureWarning(1, ZVK_GALVO_SPEED_LIMIT), 0);
     EXPECT_EQ(Captured(), std::vector<int32_t>{ZVK_GALVO_SPEED_LIMIT});
-    ASSERT_EQ(ZVK_init("", 0, 0, 1), 0);
+    ASSERT_EQ(StartSession(), 0);
     EXPECT_EQ(ZVK_close(1), 0);
 }
 

@@ -1,6 +1,7 @@
 // Traps as a client of the shared library sees them: a simulated session with two paths.
 
 #include "close_modules.h"
+#include "start_session.h"
 #include "scratch_folder.h"
 #include "two_paths.h"
 
@@ -21,6 +22,7 @@ protected:
     {
         folder.Write("config.ini", TwoPathsConfig());
         folder.Write("default.odf", TwoPathsObjective());
+        folder.Write("default.cal", TwoPathsCalibration());
     }
     void TearDown() override { CloseModules(); }
 
@@ -43,7 +45,7 @@ protected:
 
 TEST_F(TrapCalls, ASessionBringsOneNamedTrapUpOnEachPathAtItsCentre)
 {
-    ASSERT_EQ(ZVK_init(nullptr, 0, 0, 0), 0);
+    ASSERT_EQ(StartSession(), 0);
     const char *const names[2] = {"A_1", "B_1"};
     const double centres[2][2] = {{0.5, -0.25}, {-0.5, 0.25}};
     for (int32_t path = 0; path < 2; ++path) {
@@ -63,22 +65,22 @@ TEST_F(TrapCalls, ASessionBringsOneNamedTrapUpOnEachPathAtItsCentre)
 
 TEST_F(TrapCalls, ASecondInitOfTheSessionStartsTheListsAfresh)
 {
-    ASSERT_EQ(ZVK_init(nullptr, 0, 0, 0), 0);
+    ASSERT_EQ(StartSession(), 0);
     int32_t index = 0;
     ASSERT_EQ(ZVK_Trap_Add(0, 0, &index, 1.0, "bead", 1.0, 1.0, ZVK_UNIT_VOLT), 0);
     ASSERT_EQ(count(0), 2);
-    EXPECT_EQ(ZVK_init(nullptr, 0, 0, 0), 0);
+    EXPECT_EQ(StartSession(), 0);
     EXPECT_EQ(count(0), 1);
 }
 
 TEST_F(TrapCalls, ClosingAfterAFailedInitIsHarmless)
 {
     folder.Write("config.ini", "[OTHER]\nKEY = 1\n");
-    EXPECT_EQ(ZVK_init(nullptr, 0, 0, 0), ZVK_CONFILE_NOT_FOUND);
+    EXPECT_EQ(StartSession(), ZVK_CONFILE_NOT_FOUND);
     EXPECT_EQ(count(0), 0);
     EXPECT_EQ(ZVK_close(0), ZVK_CAMERA_NOT_INITIALIZED);
     SetUp();
-    EXPECT_EQ(ZVK_init(nullptr, 0, 0, 0), 0);
+    EXPECT_EQ(StartSession(), 0);
     EXPECT_EQ(count(0), 1);
 }
 
@@ -109,7 +111,7 @@ TEST_F(TrapCalls, TheSceneHasFiveTrapsOnEachPathWhereTheyWerePut)
 
 TEST_F(TrapCalls, TwoTrapsOfOneSecondShareTheirIndex)
 {
-    ASSERT_EQ(ZVK_init(nullptr, 0, 0, 0), 0);
+    ASSERT_EQ(StartSession(), 0);
     int32_t first = 0;
     int32_t second = 1;
     for (int tries = 0; first != second && tries < 3; ++tries) {  // a second may end in between
@@ -125,7 +127,7 @@ TEST_F(TrapCalls, TwoTrapsOfOneSecondShareTheirIndex)
 
 TEST_F(TrapCalls, ATrapIsSetMovedAndReadInEachUnit)
 {
-    ASSERT_EQ(ZVK_init(nullptr, 0, 0, 0), 0);
+    ASSERT_EQ(StartSession(), 0);
     const int32_t index = newest(0);
     struct Row
     {
@@ -156,7 +158,7 @@ TEST_F(TrapCalls, ATrapIsSetMovedAndReadInEachUnit)
 
 TEST_F(TrapCalls, WarningsOfAPositionAreReturnedAndCaptured)
 {
-    ASSERT_EQ(ZVK_init(nullptr, 0, 0, 0), 0);
+    ASSERT_EQ(StartSession(), 0);
     const int32_t index = newest(0);
     double x = 5.0;
     double y = -5.0;
@@ -211,7 +213,7 @@ TEST_F(TrapCalls, DeletingTrapsGivesTheirTimeToTheOthersAndTheLastOneCanGo)
 
 TEST_F(TrapCalls, ATrajectoryIsStoredHandedOutAndRun)
 {
-    ASSERT_EQ(ZVK_init(nullptr, 0, 0, 0), 0);
+    ASSERT_EQ(StartSession(), 0);
     const int32_t index = newest(0);
     const Values x = {0.0, 0.25, 0.25};
     const Values y = {0.0, 0.0, 0.25};

@@ -14,5 +14,6 @@ void CloseModules()
     (void)ZVK_Trap_Shutdown(0);
     (void)ZVK_CoordinateSystems_Shutdown(0);
     (void)ZVK_ImageProc_Shutdown(0);
+    (void)ZVK_Force_Shutdown(0);
     (void)ZVK_Detector_Shutdown(0);
 }
