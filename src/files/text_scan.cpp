@@ -103,14 +103,30 @@ static Characters NextCharacters(ZVK_TextScan &scan)
     return {scan.buffer + from, scan.buffer + from + count};
 }
 
+// The exponent behind its letter; one that is too large to count is larger than any mantissa is
+// long.
+static int64_t Exponent(const char *first, const char *last)
+{
+    constexpr int64_t kHuge = 1 << 30;
+    if (*first == '+') ++first;
+    int64_t value = 0;
+    const auto result = std::from_chars(first, last, value);
+    if (result.ec != std::errc::result_out_of_range) return std::clamp(value, -kHuge, kHuge);
+    return *first == '-' ? -kHuge : kHuge;
+}
+
+// Which end of the range a number lies beyond shows by the power of ten of its first digit.
 static double BeyondRange(const Characters &number, const char *end)
 {
-    const bool negative = *number.first == '-';
-    const char *exponent =
+    const auto isDigit = [](char c) { return c >= '1' && c <= '9'; };
+    const char *mantissaEnd =
         std::find_if(number.first, end, [](char c) { return c == 'e' || c == 'E'; });
-    const bool isSmall = exponent + 1 < end && exponent[1] == '-';
-    const double size = isSmall ? 0.0 : std::numeric_limits<double>::infinity();
-    return negative ? -size : size;
+    const char *point = std::find(number.first, mantissaEnd, '.');
+    const char *digit = std::find_if(number.first, mantissaEnd, isDigit);
+    int64_t power = digit < point ? point - digit - 1 : point - digit;
+    if (mantissaEnd != end) power += Exponent(mantissaEnd + 1, end);
+    const double size = power < 0 ? 0.0 : std::numeric_limits<double>::infinity();
+    return *number.first == '-' ? -size : size;
 }
 
 bool ScanDouble(ZVK_TextScan &scan, double *value) noexcept

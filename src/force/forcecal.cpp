@@ -82,6 +82,7 @@ int32_t ZVK_ForceCal_Init(SessionHandle SessionHandle, uint16_t, uint16_t)
     }
 
     status = ReadKeys(SessionHandle, "config.ini", kForceCalSection, kForceCalSettingKeys, &keys);
+    FreeAllSpectrumArrays();  // of an Init that failed: their room was another limit's
     StoreSettings(keys);
     if (status < 0) return status;
     if (!MakeAllSpectrumArrays()) {

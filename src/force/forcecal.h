@@ -152,6 +152,8 @@ int64_t SpectrumRoom();  // bins in each of them
 bool HasTimeData(const ZVK_ForceCalDataContainer &data);
 bool HasCorrectedData(const ZVK_ForceCalDataContainer &data);
 bool HasSpectrum(const ZVK_ForceCalDataContainer &data);
+// The arrays alone: they outlive the flag where a load finds an empty run.
+bool HasSpectrumArrays(const ZVK_ForceCalDataContainer &data);
 // Samples of one segment; 0 where there are no averages.
 int32_t SegmentLength(const ZVK_ForceCalDataContainer &data);
 

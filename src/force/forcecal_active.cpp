@@ -27,7 +27,8 @@ int32_t ZVK_ForceCal_ComputeNLCalibration(struct ZVK_ForceCalDataContainer *Data
     if (Data->FDFitValid == 0) return ZVK_FORCECAL_NO_FIT;
     const int32_t signal = Data->OscAxis;
     if (signal < 0 || signal >= kSignals) return ZVK_FORCECAL_NO_FIT;
-    if (!HasSpectrum(*Data) || Data->NumberOfFrequencies < 3) return ZVK_FORCECAL_NO_SPECTRUM;
+    // The fit's flag alone counts; what follows keeps to the arrays.
+    if (!HasSpectrumArrays(*Data) || Data->NumberOfFrequencies < 3) return ZVK_FORCECAL_NO_SPECTRUM;
     const int32_t peak = FindPeak(*Data);
     if (peak < 0) return ZVK_FORCECAL_NO_SPECTRUM;
 

@@ -30,6 +30,7 @@ bool EnsureSpectrumArrays(ZVK_ForceCalDataContainer &data)
 {
     for (double *&spectrum : data.FD) {
         if (spectrum != nullptr) continue;
+        data.FDValid = 0;  // a new array holds no spectrum
         spectrum = AllocateArray<double>(SpectrumRoom());
         if (spectrum == nullptr) return false;
     }
@@ -52,9 +53,14 @@ bool HasCorrectedData(const ZVK_ForceCalDataContainer &data)
     return data.TDCorrectedValid != 0 && AllThere(data.TDCorrected);
 }
 
+bool HasSpectrumArrays(const ZVK_ForceCalDataContainer &data)
+{
+    return AllThere(data.FD) && data.FDAxis != nullptr;
+}
+
 bool HasSpectrum(const ZVK_ForceCalDataContainer &data)
 {
-    return data.FDValid != 0 && AllThere(data.FD) && data.FDAxis != nullptr;
+    return data.FDValid != 0 && HasSpectrumArrays(data);
 }
 
 int32_t SegmentLength(const ZVK_ForceCalDataContainer &data)

@@ -10,24 +10,31 @@
 
 constexpr double kLeastSampleRate = 0.0001;
 
-static bool ScanTimeHeader(ZVK_TextScan &scan, ZVK_ForceCalDataContainer &data)
+// Each line is looked for where the one before it ended, whether that one was found or not.
+template <class Value>
+static void ScanLine(ZVK_TextScan &scan, const char *text, bool (*read)(ZVK_TextScan &, Value *),
+                     Value *value)
 {
-    return ScanText(scan, kDataFileRule) && ScanText(scan, "# Samplerate: ") &&
-           ScanDouble(scan, &data.SampleRate) && ScanText(scan, "\n# Number of Samples: ") &&
-           ScanLong(scan, &data.NumberOfSamples) && ScanText(scan, "\n# Number of Averages: ") &&
-           ScanLong(scan, &data.Averages) && ScanText(scan, "\n# Oscillation Frequency: ") &&
-           ScanDouble(scan, &data.OscFrequency) && ScanText(scan, "\n# Oscillation Amplitude: ") &&
-           ScanDouble(scan, &data.OscAmplitude) && ScanText(scan, "\n") &&
-           ScanText(scan, kDataFileRule);
+    (void)(ScanText(scan, text) && read(scan, value) && ScanText(scan, "\n"));
 }
 
-static bool ScanSpectrumHeader(ZVK_TextScan &scan, ZVK_ForceCalDataContainer &data)
+static void ScanTimeHeader(ZVK_TextScan &scan, ZVK_ForceCalDataContainer &data)
 {
-    return ScanText(scan, kDataFileRule) && ScanText(scan, "# Number of Frequencies: ") &&
-           ScanLong(scan, &data.NumberOfFrequencies) &&
-           ScanText(scan, "\n# Measurement Time [s]: ") &&
-           ScanDouble(scan, &data.MeasurementTime) && ScanText(scan, "\n") &&
-           ScanText(scan, kDataFileRule);
+    (void)ScanText(scan, kDataFileRule);
+    ScanLine(scan, "# Samplerate: ", ScanDouble, &data.SampleRate);
+    ScanLine(scan, "# Number of Samples: ", ScanLong, &data.NumberOfSamples);
+    ScanLine(scan, "# Number of Averages: ", ScanLong, &data.Averages);
+    ScanLine(scan, "# Oscillation Frequency: ", ScanDouble, &data.OscFrequency);
+    ScanLine(scan, "# Oscillation Amplitude: ", ScanDouble, &data.OscAmplitude);
+    (void)ScanText(scan, kDataFileRule);
+}
+
+static void ScanSpectrumHeader(ZVK_TextScan &scan, ZVK_ForceCalDataContainer &data)
+{
+    (void)ScanText(scan, kDataFileRule);
+    ScanLine(scan, "# Number of Frequencies: ", ScanLong, &data.NumberOfFrequencies);
+    ScanLine(scan, "# Measurement Time [s]: ", ScanDouble, &data.MeasurementTime);
+    (void)ScanText(scan, kDataFileRule);
 }
 
 // Four numbers, the first thrown away. `comma` stands behind the second one in a spectrum.
@@ -39,7 +46,10 @@ static bool ScanRow(ZVK_TextScan &scan, const char *comma, double *const (&colum
 }
 
 // Every row takes some bytes of the file.
-static bool CanHold(const ZVK_TextScan &scan, int32_t rows) { return rows <= TextScanSize(scan); }
+static bool CanHold(const ZVK_TextScan &scan, int32_t rows)
+{
+    return rows >= 0 && rows <= TextScanSize(scan);
+}
 
 // The header's count is not that of the series that were there.
 static void ForgetSeries(ZVK_ForceCalDataContainer &data)
@@ -51,21 +61,22 @@ static void ForgetSeries(ZVK_ForceCalDataContainer &data)
     }
 }
 
-static bool ScanSeries(ZVK_TextScan &scan, ZVK_ForceCalDataContainer &data)
+static int32_t ScanSeries(ZVK_TextScan &scan, ZVK_ForceCalDataContainer &data)
 {
-    data.TDValid = data.NumberOfSamples != 0;
-    const bool complete =
-        CanHold(scan, data.NumberOfSamples) &&
-        RenewArrays({&data.TD[0], &data.TD[1], &data.TD[2]}, data.NumberOfSamples);
-    if (!complete) {
+    data.TDValid = 0;
+    if (!CanHold(scan, data.NumberOfSamples)) {
         data.NumberOfSamples = 0;
-        data.TDValid = 0;
-        return false;
+        return ZVK_FORCECAL_NO_TIME_DATA;
     }
+    if (!RenewArrays({&data.TD[0], &data.TD[1], &data.TD[2]}, data.NumberOfSamples)) {
+        data.NumberOfSamples = 0;
+        return ZVK_FORCE_NO_MEMORY;
+    }
+    data.TDValid = data.NumberOfSamples != 0;
     for (int32_t k = 0; k < data.NumberOfSamples; ++k) {
         if (!ScanRow(scan, "", {data.TD[0] + k, data.TD[1] + k, data.TD[2] + k})) break;
     }
-    return true;
+    return ZVK_SUCCESS;
 }
 
 // The stored spectrum serves only until the one that is computed anew, or where that fails.
@@ -95,19 +106,20 @@ static bool ScanSpectrum(ZVK_TextScan &scan, ZVK_ForceCalDataContainer &data)
 
 static int32_t LoadRun(ZVK_TextScan &time, ZVK_TextScan &spectrum, ZVK_ForceCalDataContainer &data)
 {
-    (void)ScanTimeHeader(time, data);  // what the header lacks keeps its value
+    ScanTimeHeader(time, data);  // what the header lacks keeps its value
     ForgetSeries(data);
     if (data.SampleRate < kLeastSampleRate) {
         data.TDValid = 0;
         data.FDValid = 0;
         return ZVK_SUCCESS;
     }
-    const bool hasSeries = ScanSeries(time, data);
-    (void)ScanSpectrumHeader(spectrum, data);
-    const bool hasSpectrum = ScanSpectrum(spectrum, data);
-    if (!hasSeries || !hasSpectrum) return ZVK_FORCECAL_NO_TIME_DATA;
+    int32_t status = ScanSeries(time, data);
+    ScanSpectrumHeader(spectrum, data);
+    const bool hasRoom = ScanSpectrum(spectrum, data);
+    if (status != ZVK_SUCCESS) return status;
+    if (!hasRoom) return ZVK_FORCE_NO_MEMORY;
 
-    int32_t status = ZVK_ForceCal_CreateTDAxis(&data);
+    status = ZVK_ForceCal_CreateTDAxis(&data);
     if (status != ZVK_SUCCESS) return status;
     status = ZVK_ForceCal_CorrectTD(&data);
     if (status != ZVK_SUCCESS) return status;

@@ -82,7 +82,7 @@ static void WriteTimeDomain(const Page &page, const ZVK_ForceCalDataContainer &d
 
 static void WriteSpectrum(const Page &page, const ZVK_ForceCalDataContainer &data)
 {
-    const int32_t frequencies = HasSpectrum(data) ? data.NumberOfFrequencies : 0;
+    const int32_t frequencies = HasSpectrumArrays(data) ? data.NumberOfFrequencies : 0;
     page.Text(kDataFileRule);
     page.Long("# Number of Frequencies: ", frequencies);
     page.Fixed("# Measurement Time [s]: ", data.MeasurementTime);

@@ -26,18 +26,21 @@ void ReplaceTables(int32_t path, int32_t betas, double *beta, int32_t ks, double
     g_forceCal.NumberOfKs[path] = ks;
 }
 
+// A table that is missing, or of no types as a file may give it, is made of zeros.
+static void MakeMissingTable(double *&table, int32_t &types, int32_t typesWhenMade)
+{
+    if (table != nullptr && types > 0) return;
+    Release(table);
+    table = AllocateArray<double>(3 * static_cast<int64_t>(typesWhenMade));
+    types = table != nullptr ? typesWhenMade : 0;
+}
+
 // Tables that neither a file nor a client has given are made at the first update.
 static void MakeMissingTables()
 {
     for (int path = 0; path < 2; ++path) {
-        if (g_forceCal.Beta[path] == nullptr) {
-            g_forceCal.Beta[path] = AllocateArray<double>(3 * kBetaTypes);
-            g_forceCal.NumberOfBetas[path] = g_forceCal.Beta[path] != nullptr ? kBetaTypes : 0;
-        }
-        if (g_forceCal.K[path] == nullptr) {
-            g_forceCal.K[path] = AllocateArray<double>(3 * kStiffnessTypes);
-            g_forceCal.NumberOfKs[path] = g_forceCal.K[path] != nullptr ? kStiffnessTypes : 0;
-        }
+        MakeMissingTable(g_forceCal.Beta[path], g_forceCal.NumberOfBetas[path], kBetaTypes);
+        MakeMissingTable(g_forceCal.K[path], g_forceCal.NumberOfKs[path], kStiffnessTypes);
     }
 }
 

@@ -99,6 +99,7 @@ TEST_F(ForceCalContainer, EachRowHandsOutItsOwnArraysAndNumbers)
 {
     PretendUp();
     ZVK_ForceCalDataContainer &data = Still(1);
+    ASSERT_TRUE(EnsureSpectrumArrays(data));
     data.FDValid = data.FDAlternateValid = data.FDFitValid = data.PotValid = 1;
     std::fill_n(data.LSValid, 3, 1);
     data.NumberOfFrequencies = 11;
@@ -106,7 +107,6 @@ TEST_F(ForceCalContainer, EachRowHandsOutItsOwnArraysAndNumbers)
     data.HistogramBins = 13;
     double dummy[40] = {};  // an address for each array
     const int a = 2;
-    ASSERT_TRUE(EnsureSpectrumArrays(data));
     data.FDAlternate[a] = &dummy[1];
     data.FDAxis = &dummy[2];
     data.FDFitCurve[a] = &dummy[3];

@@ -282,6 +282,14 @@ TEST_F(ForceCalActive, NothingIsReadOutsideTheSpectrum)
     EXPECT_EQ(Data().Beta, 7.0);
 }
 
+TEST_F(ForceCalActive, AsksForTheFitAloneAndNotForTheSpectrumsFlag)
+{
+    PutRun(1e-6);
+    Data().FDValid = 0;  // as the load of an empty run leaves it
+    EXPECT_EQ(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0);
+    EXPECT_GT(Data().Beta, 0.0);
+}
+
 TEST_F(ForceCalActive, TheUpdatePassesOverTheRunsWithoutOscillation)
 {
     PutRun(1e-6);

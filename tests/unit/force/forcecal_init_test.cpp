@@ -151,6 +151,27 @@ TEST_F(ForceCalInit, AStartFileThatCantBeReadIsTheStatus)
     EXPECT_EQ(ZVK_ForceCal_Init(0, 0, 0), 0) << "and it can be tried again";
 }
 
+TEST_F(ForceCalInit, AnotherTryHasTheRoomOfItsOwnLimit)
+{
+    WriteCalConfig({{"MAX_FFT", "10"}});
+    folder.Remove("default.cal");
+    ASSERT_LT(ZVK_ForceCal_Init(0, 0, 0), 0);
+    const std::vector<double> x(20, 1.0);
+    PutSeries(Still(), {x, x, x}, 1, 4.0);
+    ASSERT_EQ(ZVK_ForceCal_CorrectTD(&Still()), 0);
+    ASSERT_EQ(ZVK_ForceCal_ComputeFD(&Still()), 0);
+
+    WriteCalConfig({{"MAX_FFT", "50000"}});
+    ASSERT_EQ(ZVK_ForceCal_Init(0, 0, 0), 0);
+    for (double *spectrum : g_forceCal.Data[1][3].FD)
+        spectrum[50000] = 1.0;  // inside, as a checker of addresses sees
+    int32_t entries = 7;
+    EXPECT_EQ(ZVK_ForceCal_ReturnData(0, 0, 3, 4, 0, &entries, nullptr, nullptr, nullptr, nullptr,
+                                      nullptr),
+              ZVK_FORCECAL_NO_SPECTRUM)
+        << "the spectrum of before is gone";
+}
+
 TEST_F(ForceCalInit, EachAllocationThatFailsIsAStatusAndLeavesNothing)
 {
     for (int nth = 1; nth <= 24; ++nth) {

@@ -226,6 +226,16 @@ TEST_F(ForceCalSpectrum, SpectraThatAShutdownFreedAreMadeAgain)
     EXPECT_NE(Data().FD[0], nullptr);
 }
 
+TEST_F(ForceCalSpectrum, ASpectrumThatIsTooLongBringsBackNoneThatAShutdownFreed)
+{
+    PretendUp();
+    Analyse(std::vector<double>(32, 1.0), 1, 4.0);
+    EXPECT_EQ(ZVK_ForceCal_Shutdown(0), 0);
+    g_forceCal.MaxFFT = 2;
+    EXPECT_EQ(ZVK_ForceCal_ComputeFD(&Data()), ZVK_FORCECAL_SPECTRUM_TOO_LONG);
+    EXPECT_EQ(Data().FDValid, 0);
+}
+
 TEST_F(ForceCalSpectrum, SamplesThatAreNotNumbersDoNoHarm)
 {
     std::vector<double> x(64, 1.0);

@@ -192,6 +192,18 @@ TEST_F(ForceCalTables, MissingTablesAreMadeWithZerosAtTheFirstUpdate)
     }
 }
 
+TEST_F(ForceCalTables, TablesOfNoTypesAreMissingOnes)
+{
+    GiveResults();
+    for (int path = 0; path < 2; ++path)
+        ReplaceTables(path, 0, AllocateArray<double>(0), 0, AllocateArray<double>(0));
+    EXPECT_EQ(ZVK_ForceCal_UpdateCalibration(0), 0);
+    EXPECT_EQ(g_forceCal.NumberOfBetas[1], 1);
+    EXPECT_EQ(g_forceCal.NumberOfKs[1], 3);
+    EXPECT_EQ(g_forceCal.Beta[1][2], 2.2e-6);
+    EXPECT_GT(g_forceCal.K[0][8], 0.0);
+}
+
 TEST_F(ForceCalTables, WhatLiesBehindAShortTableIsPassedOver)
 {
     GiveResults();
