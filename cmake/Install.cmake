@@ -5,13 +5,13 @@ include(CMakePackageConfigHelpers)
 
 install(DIRECTORY include/quorvex DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 install(DIRECTORY virtual/daq/include/ virtual/serial/include/ virtual/laser/include/ virtual/motor/include/
-    virtual/stage/include/
+    virtual/stage/include/ virtual/beads/include/
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 install(DIRECTORY samples DESTINATION ${CMAKE_INSTALL_DATADIR}/quorvex COMPONENT runtime
     USE_SOURCE_PERMISSIONS)  # the virtual instrument's dkl.exe is a program
 
 install(TARGETS quorvex quorvex-messages quorvex-virtual-daq quorvex-virtual-serial quorvex-virtual-laser
-    quorvex-virtual-motor quorvex-virtual-stage
+    quorvex-virtual-motor quorvex-virtual-stage quorvex-virtual-beads
     quorvex_headers
     EXPORT quorvexTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
