@@ -139,7 +139,7 @@ static void MoveAlong(VirtualBeads::Inside &inside, Path &path, int axis, const 
         return;
     }
     BeadPlace &place = path.places[a];
-    AddJitter(place, path.axes[a], moments.firstS, moments.stepS, metres);
+    AddJitter(place, path.axes[a], moments.firstS, moments.stepS, goesOn, metres);
     if (!moves) {
         place.dragged = 0.0;
         place.stage = stage.empty() ? 0.0 : stage.back();

@@ -13,12 +13,12 @@ BeadStep StepOver(const BeadAxis &axis, double seconds)
     return step;
 }
 
-void AddJitter(BeadPlace &place, const BeadAxis &axis, double firstS, double stepS,
+void AddJitter(BeadPlace &place, const BeadAxis &axis, double firstS, double stepS, bool goesOn,
                std::vector<double> &metres)
 {
     const BeadStep step = StepOver(axis, stepS);
     for (size_t i = 0; i < metres.size(); ++i) {
-        if (i > 0) {
+        if (i > 0 || (goesOn && place.begun)) {
             place.jitter = step.keep * place.jitter + step.kick * place.normal(place.random);
         } else if (!place.begun || firstS < place.timeS) {
             place.jitter = axis.deviation * place.normal(place.random);

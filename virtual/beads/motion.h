@@ -37,9 +37,10 @@ struct BeadPlace
     std::normal_distribution<double> normal;
 };
 
-// Goes on from where the bead was to `firstS` and then `count` samples of `stepS` seconds each;
-// adds the jitter of each to `metres`. A time before the last one begins anew.
-void AddJitter(BeadPlace &place, const BeadAxis &axis, double firstS, double stepS,
+// Goes on from where the bead was to `firstS` and takes a step of `stepS` seconds from each
+// sample to the next; adds the jitter of each to `metres`. `goesOn`: the first sample lies one step
+// behind the last one of before, to the digit. A time before the last one begins anew.
+void AddJitter(BeadPlace &place, const BeadAxis &axis, double firstS, double stepS, bool goesOn,
                std::vector<double> &metres);
 
 // Settles where the dragged bead is at the first sample: the stage's places (m) lead up to it in

@@ -48,10 +48,10 @@ struct VirtualStageSettings
     bool startsOffline = false;    // its channels have to be set online before a move
     int port = 0;                  // 0: any that is free
     // Seconds; without one, since the controller was made.
-    std::function<double()> clock;
+    std::function<double()> clock = {};
     // Called behind the command that starts or ends a generator, on the thread that serves it; it
     // may ask this controller anything.
-    std::function<void(const VirtualStageTrigger &)> onTrigger;
+    std::function<void(const VirtualStageTrigger &)> onTrigger = {};
 };
 
 struct VirtualStageAxis
