@@ -158,7 +158,6 @@ int32_t ZVK_Force_Shutdown(SessionHandle)
     if (g_force.Initialised == 0 || g_force.Installed == 0 || g_force.Simulate != 0)
         return ZVK_SUCCESS;
     if (LoadShared(g_force.TaskHandle) == nullptr) return ZVK_SUCCESS;
-    StopBufferedThread();  // it would go on reading from a task that is gone
-    EndForceTask();
+    EndTaskAndThread();  // a thread would go on reading from a task that is gone
     return ZVK_SUCCESS;
 }

@@ -76,8 +76,9 @@ void EndForceTask();
 // -- buffered acquisition (force_buffered.cpp) --
 
 int ZVK_Force_AcquireBufferedLoop(void *functionData);
-// Lets the buffered thread end, and waits for it. Harmless when there is none.
-void StopBufferedThread();
+// Stops and clears the task if there is one, and waits until the buffered thread has left. Harmless
+// when there is neither.
+void EndTaskAndThread();
 void FreeRing();
 
 #endif

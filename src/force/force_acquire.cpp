@@ -53,6 +53,7 @@ void EndForceTask()
 // The results are not looked at: a card that refuses shows by its fastest rate, or by its reads.
 static void MakeFiniteTask()
 {
+    EndForceTask();  // a buffered thread that found no memory leaves one that owns the card
     void *task = nullptr;
     (void)Daq().createTask("ForceTask", &task);
     StoreShared(g_force.TaskHandle, task);

@@ -16,7 +16,8 @@
 constexpr int32_t kSamplesNotYetAvailable = -200284;  // the driver's: a read timed out
 constexpr double kReadTimeoutS = 10.0;
 constexpr int kMostFruitlessReads = 10;  // of a card that is gone
-constexpr int kUpperPart = 22;           // bits of the lower part of a message's number
+constexpr double kStopAgainS = 0.05;
+constexpr int kUpperPart = 22;  // bits of the lower part of a message's number
 
 // Never destroyed: the thread may still run when the process ends.
 static std::mutex &RingLock()
@@ -205,14 +206,38 @@ int ZVK_Force_AcquireBufferedLoop(void *)
     return reading.status;
 }
 
-void StopBufferedThread()
+// The task is stopped before the wait, so that a read that waits for samples comes back at once,
+// and again while the thread is still there: a read that it began just behind the stop has started
+// the task anew.
+static void StopTaskAndThread()
 {
     StoreShared(g_force.StopWanted, 1);
     StoreShared(g_force.KeepRunning, 0);
+    void *task = LoadShared(g_force.TaskHandle);
+    if (task != nullptr) (void)Daq().stopTask(task);
     if (g_force.PoolFunctionId == -1) return;
-    (void)Threads().wait(g_force.PoolFunctionId);
+    while (Threads().waitAtMost(g_force.PoolFunctionId, kStopAgainS) > 0) {
+        if (task != nullptr) (void)Daq().stopTask(task);
+    }
     (void)Threads().release(g_force.PoolFunctionId);
     g_force.PoolFunctionId = -1;
+}
+
+// False when there was no task.
+static bool ClearTask()
+{
+    void *task = LoadShared(g_force.TaskHandle);
+    if (task == nullptr) return false;
+    (void)Daq().clearTask(task);
+    StoreShared<void *>(g_force.TaskHandle, nullptr);
+    return true;
+}
+
+void EndTaskAndThread()
+{
+    const std::lock_guard calls(CallsLock());
+    StopTaskAndThread();
+    (void)ClearTask();
 }
 
 // -- the calls --
@@ -283,8 +308,8 @@ int32_t ZVK_Force_AcquireBuffered(SessionHandle, double SampleRate, int32_t Numb
     if (!PrepareRing(NumberOfBuffers, NumberOfSamples, Channels)) return ZVK_FORCE_NO_MEMORY;
     if (g_force.Simulate != 0) return ZVK_SUCCESS;
 
-    StopBufferedThread();  // one that ended before it began leaves its id and the task
-    EndForceTask();
+    StopTaskAndThread();  // one that ended before it began leaves its id and the task
+    (void)ClearTask();
     int32_t status = MakeContinuousTask(SampleRate);
     if (status == ZVK_SUCCESS) status = StartThread();
     if (status == ZVK_SUCCESS) {
@@ -292,9 +317,7 @@ int32_t ZVK_Force_AcquireBuffered(SessionHandle, double SampleRate, int32_t Numb
         return ZVK_SUCCESS;
     }
     // The ring stays; a handle that is dead would name another task one day.
-    if (LoadShared(g_force.TaskHandle) != nullptr)
-        (void)Daq().clearTask(LoadShared(g_force.TaskHandle));
-    StoreShared<void *>(g_force.TaskHandle, nullptr);
+    (void)ClearTask();
     StoreShared(g_force.Busy, 0);
     return status;
 }
@@ -338,17 +361,8 @@ int32_t ZVK_Force_StopAcquireBuffered(SessionHandle)
         g_force.Initialised = 0;
         return ZVK_SUCCESS;
     }
-    StoreShared(g_force.StopWanted, 1);
-    StoreShared(g_force.KeepRunning, 0);
-    // Stopped before the wait, so that a read that waits for samples comes back at once.
-    void *task = LoadShared(g_force.TaskHandle);
-    if (task != nullptr) (void)Daq().stopTask(task);
-    StopBufferedThread();
-    if (task != nullptr) {
-        (void)Daq().clearTask(task);
-        StoreShared(g_force.Busy, 0);
-    }
-    StoreShared<void *>(g_force.TaskHandle, nullptr);
+    StopTaskAndThread();
+    if (ClearTask()) StoreShared(g_force.Busy, 0);
     FreeRing();
     return ZVK_SUCCESS;
 }

@@ -4,14 +4,10 @@
 #include "platform/memory.h"
 
 #include <algorithm>
+#include <utility>
 
-// Without input the result is 0 V, as a block is where nothing was acquired.
 static void Transpose(const double *scans, int64_t samples, int64_t channels, double *planes)
 {
-    if (scans == nullptr) {
-        std::fill_n(planes, std::max<int64_t>(samples * channels, 0), 0.0);
-        return;
-    }
     for (int64_t c = 0; c < channels; ++c) {
         const double *from = scans + c;
         double *to = planes + c * samples;
@@ -37,7 +33,8 @@ int32_t ZVK_Force_Chunky2Planar(SessionHandle, double *InputData, int32_t Number
     double *block = AllocateArray<double>(size);
     if (block == nullptr) return ZVK_FORCE_NO_MEMORY;
     if (!inPlace) {
-        Transpose(InputData, NumberOfSamples, NumberOfChannels, block);
+        // Without input the result is 0 V, as a block is where nothing was acquired.
+        if (InputData != nullptr) Transpose(InputData, NumberOfSamples, NumberOfChannels, block);
         *OutputData = block;
         return ZVK_SUCCESS;
     }
@@ -47,6 +44,8 @@ int32_t ZVK_Force_Chunky2Planar(SessionHandle, double *InputData, int32_t Number
     return ZVK_SUCCESS;
 }
 
+constexpr int kMostChannels = 7;
+
 static void ReleaseAll(double **const *outputs, int channels)
 {
     for (int c = 0; c < channels; ++c) {
@@ -54,21 +53,25 @@ static void ReleaseAll(double **const *outputs, int channels)
     }
 }
 
+// The new arrays are filled before the old ones go, since an old one may be the input itself.
 static int32_t Slice(const double *planes, int32_t samples, double **const *outputs, int channels)
 {
     if (g_force.Initialised == 0) return ZVK_FORCE_NOT_INITIALIZED;
-    ReleaseAll(outputs, channels);
     const int64_t count = std::max(samples, 0);
-    for (int c = 0; c < channels; ++c) {
+    double *arrays[kMostChannels] = {};
+    bool complete = true;
+    for (int c = 0; c < channels && complete; ++c) {
         if (outputs[c] == nullptr) continue;
-        *outputs[c] = AllocateArray<double>(count);
-        if (*outputs[c] == nullptr) {
-            ReleaseAll(outputs, channels);
-            return ZVK_FORCE_NO_MEMORY;
-        }
-        if (planes != nullptr) std::copy_n(planes + c * count, count, *outputs[c]);
+        arrays[c] = AllocateArray<double>(count);
+        complete = arrays[c] != nullptr;
+        if (complete && planes != nullptr) std::copy_n(planes + c * count, count, arrays[c]);
     }
-    return ZVK_SUCCESS;
+    ReleaseAll(outputs, channels);
+    for (int c = 0; c < channels; ++c) {
+        if (complete && outputs[c] != nullptr) std::swap(*outputs[c], arrays[c]);
+        Release(arrays[c]);
+    }
+    return complete ? ZVK_SUCCESS : ZVK_FORCE_NO_MEMORY;
 }
 
 int32_t ZVK_Force_Slice3(SessionHandle, const double *InputData, int32_t NumberOfSamples,

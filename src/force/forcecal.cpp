@@ -35,6 +35,18 @@ static void StoreSettings(const ZVK_ForceCalKeys &keys)
     g_forceCal.MaxFFT = keys.maxFft;
 }
 
+static void FreeAllSpectrumArrays()
+{
+    for (auto &path : g_forceCal.Data) {
+        for (ZVK_ForceCalDataContainer &data : path) {
+            for (double *&spectrum : data.FD)
+                Release(spectrum);
+            data.FDValid = 0;
+            data.NumberOfFrequencies = 0;
+        }
+    }
+}
+
 static bool MakeAllSpectrumArrays()
 {
     for (auto &path : g_forceCal.Data) {
@@ -43,16 +55,6 @@ static bool MakeAllSpectrumArrays()
         }
     }
     return true;
-}
-
-static void FreeAllSpectrumArrays()
-{
-    for (auto &path : g_forceCal.Data) {
-        for (ZVK_ForceCalDataContainer &data : path) {
-            for (double *&spectrum : data.FD)
-                Release(spectrum);
-        }
-    }
 }
 
 static int32_t LoadStartupValues(SessionHandle vi)
@@ -82,7 +84,7 @@ int32_t ZVK_ForceCal_Init(SessionHandle SessionHandle, uint16_t, uint16_t)
     }
 
     status = ReadKeys(SessionHandle, "config.ini", kForceCalSection, kForceCalSettingKeys, &keys);
-    FreeAllSpectrumArrays();  // of an Init that failed: their room was another limit's
+    FreeAllSpectrumArrays();  // those of a run or an Init before had the room of another limit
     StoreSettings(keys);
     if (status < 0) return status;
     if (!MakeAllSpectrumArrays()) {

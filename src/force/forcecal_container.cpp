@@ -146,16 +146,15 @@ static bool FitValid(Data &data, int32_t) { return data.FDFitValid != 0; }
 static bool PotentialValid(Data &data, int32_t) { return data.PotValid != 0; }
 static bool ScanValid(Data &data, int32_t axis) { return data.LSValid[axis] != 0; }
 
-static Handed Time(Data &data, int32_t axis)
+static Handed Series(Data &data, double *series)
 {
-    return {Entries(data.TD[axis], SegmentLength(data)), data.TD[axis], data.TDAxis};
+    const int32_t count = SegmentLength(data);
+    return {Entries(data.TDAxis, Entries(series, count)), series, data.TDAxis};
 }
 
-static Handed Corrected(Data &data, int32_t axis)
-{
-    return {Entries(data.TDCorrected[axis], SegmentLength(data)), data.TDCorrected[axis],
-            data.TDAxis};
-}
+static Handed Time(Data &data, int32_t axis) { return Series(data, data.TD[axis]); }
+
+static Handed Corrected(Data &data, int32_t axis) { return Series(data, data.TDCorrected[axis]); }
 
 static Handed Spectrum(Data &data, int32_t axis)
 {

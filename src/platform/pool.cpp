@@ -3,6 +3,7 @@
 
 #include "platform/thread_backends.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <list>
 #include <map>
@@ -13,6 +14,7 @@
 
 constexpr int kNoSuchFunction = -1;
 constexpr int kNoRoom = -2;  // memory or threads ran out
+constexpr int kStillRuns = 1;
 
 constexpr size_t kIdleKept = 4;
 
@@ -124,7 +126,9 @@ int PoolSchedule(ZVK_PoolFunction function, void *data, int *functionId)
     }
 }
 
-int PoolWait(int functionId)
+// `waitFor` gets the lock and what is waited for; it gives what it answers.
+template <class Wait>
+static int WaitForJob(int functionId, Wait waitFor)
 {
     if (functionId <= 0) return kNoSuchFunction;
     Pool &pool = ThePool();
@@ -134,11 +138,26 @@ int PoolWait(int functionId)
     if (found->second.runner == std::this_thread::get_id()) return kNoSuchFunction;  // for ever
     // Looked up anew each time: another thread may release the id, which ends the record with the
     // job.
-    pool.jobEnded.wait(lock, [&] {
+    return waitFor(pool.jobEnded, lock, [&] {
         const auto record = pool.records.find(functionId);
         return record == pool.records.end() || record->second.ended;
     });
-    return 0;
+}
+
+int PoolWait(int functionId)
+{
+    return WaitForJob(functionId, [](auto &ended, auto &lock, auto hasEnded) {
+        ended.wait(lock, hasEnded);
+        return 0;
+    });
+}
+
+int PoolWaitAtMost(int functionId, double seconds)
+{
+    return WaitForJob(functionId, [seconds](auto &ended, auto &lock, auto hasEnded) {
+        const std::chrono::duration<double> time(seconds);
+        return ended.wait_for(lock, time, hasEnded) ? 0 : kStillRuns;
+    });
 }
 
 int PoolRelease(int functionId)

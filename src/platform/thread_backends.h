@@ -23,6 +23,7 @@ private:
 
 int PoolSchedule(ZVK_PoolFunction function, void *data, int *functionId);
 int PoolWait(int functionId);
+int PoolWaitAtMost(int functionId, double seconds);
 int PoolRelease(int functionId);
 
 int TimerStart(double intervalS, ZVK_TimerCallback callback, void *data);

@@ -14,6 +14,7 @@ static const ZVK_ThreadTable &RealThreads()
         .discardTimer = TimerDiscard,
         .schedule = PoolSchedule,
         .wait = PoolWait,
+        .waitAtMost = PoolWaitAtMost,
         .release = PoolRelease,
     };
     return kTable;

@@ -27,11 +27,13 @@ typedef int (*ZVK_PoolFunction)(void *functionData);
 // - release: forgets the id of a pool function; neither stops nor waits for it.
 // - wait: returns when the function has ended, with 0, or a negative code for an unknown id and for
 //   that of the function that calls it.
+// - waitAtMost: as wait, but gives 1 when so many seconds have passed and it still runs.
 #define ZVK_THREAD_CALLS(X)                                                                        \
     X(startTimer, int(double intervalS, ZVK_TimerCallback callback, void *data))                   \
     X(discardTimer, int(int timerId))                                                              \
     X(schedule, int(ZVK_PoolFunction function, void *data, int *functionId))                       \
     X(wait, int(int functionId))                                                                   \
+    X(waitAtMost, int(int functionId, double seconds))                                             \
     X(release, int(int functionId))
 
 struct ZVK_ThreadTable

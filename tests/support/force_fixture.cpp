@@ -17,7 +17,7 @@ static const std::pair<const char *, const char *> kUsualKeys[] = {
 
 void ForceTest::ResetForce()
 {
-    StopBufferedThread();
+    EndTaskAndThread();
     FreeRing();
     g_force = {};
 }

@@ -106,6 +106,8 @@ static int WaitForFunction(int functionId)
     return 0;
 }
 
+static int WaitAtMost(int functionId, double) { return WaitForFunction(functionId); }
+
 static int ReleaseFunction(int functionId)
 {
     const std::lock_guard lock(s_record.guard);
@@ -120,6 +122,7 @@ static constexpr ZVK_ThreadTable kTable = {
     .discardTimer = DiscardToldTimer,
     .schedule = Schedule,
     .wait = WaitForFunction,
+    .waitAtMost = WaitAtMost,
     .release = ReleaseFunction,
 };
 

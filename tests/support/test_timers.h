@@ -20,7 +20,7 @@ public:
     std::vector<int> Timers() const;        // those that run, the oldest first
     double Interval(int timerId) const;     // 0.0 when there is no such timer
 
-    // Runs a scheduled function that has not run yet; Threads().wait runs it as well.
+    // Runs a scheduled function that has not run yet; both waits of Threads() run it as well.
     void Run(int functionId);
     std::vector<int> Scheduled() const;  // those that have not run
     std::vector<int> Held() const;       // ids that were not released

@@ -1,7 +1,9 @@
 #include "force_fixture.h"
 
 #include "failing_memory.h"
+#include "platform/memory.h"
 
+#include <cmath>
 #include <cstdlib>
 #include <numeric>
 
@@ -258,6 +260,44 @@ TEST_F(ForceAcquire, TheOldBlockIsFreedAndMissingMemoryIsAStatus)
     std::free(data);
 }
 
+TEST_F(ForceAcquire, ARateThatIsNoNumberIsOutOfRange)
+{
+    BringUp();
+    HandedBlock data;
+    EXPECT_EQ(ZVK_Force_Acquire(0, std::nan(""), 1000, 1.0, &data, 4, nullptr),
+              ZVK_FORCE_BAD_SAMPLE_RATE);
+    EXPECT_EQ(card->Calls().size(), 3U) << "no clock is set";
+}
+
+TEST_F(ForceAcquire, WithoutAPlaceForTheBlockNothingIsAcquired)
+{
+    BringUp();
+    EXPECT_EQ(ZVK_Force_Acquire(0, -1.0, 1000, 1.0, nullptr, 4, nullptr), ZVK_FORCE_NO_MEMORY);
+    EXPECT_EQ(g_force.Busy, 0);
+    EXPECT_TRUE(card->Calls().empty());
+}
+
+TEST_F(ForceAcquire, SamplesOfEveryKindComeAsTheyAre)
+{
+    BringUp();
+    card->SupplySamples({std::nan(""), HUGE_VAL, -HUGE_VAL, 5e-324});
+    HandedBlock data;
+    EXPECT_EQ(ZVK_Force_Acquire(0, -1.0, 1000, 1.0, &data, 4, nullptr), 0);
+    EXPECT_TRUE(std::isnan(data.data[996]));
+    EXPECT_EQ(data.data[997], HUGE_VAL);
+    EXPECT_EQ(data.data[999], 5e-324);
+}
+
+TEST_F(ForceAcquire, WhileABufferedOneIsToStartItIsBusyAndRaisesNothing)
+{
+    BringUp();
+    g_force.ThreadOwed = 1;
+    HandedBlock data;
+    EXPECT_EQ(ZVK_Force_Acquire(0, -1.0, 999, 1.0, &data, 4, nullptr), ZVK_FORCE_BUSY);
+    EXPECT_EQ(g_force.Busy, 0);
+    g_force.ThreadOwed = 0;
+}
+
 class ForceReshape : public ForceTest
 {
 protected:
@@ -298,15 +338,72 @@ TEST_F(ForceReshape, SlicesCopyEachSignalIntoItsOwnArray)
 {
     const double planes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14};
     HandedBlock c[7];
+    const auto expectPlanes = [&](int count) {
+        for (int k = 0; k < count; ++k) {
+            EXPECT_EQ(c[k].Values(2), (std::vector<double>{2.0 * k + 1, 2.0 * k + 2})) << k;
+            c[k].data[0] = -1.0;  // so that the next call has to write it
+        }
+    };
     EXPECT_EQ(ZVK_Force_Slice3(0, planes, 2, &c[0], &c[1], &c[2]), 0);
-    EXPECT_EQ(c[2].Values(2), (std::vector<double>{5, 6}));
+    expectPlanes(3);
     EXPECT_EQ(ZVK_Force_Slice4(0, planes, 2, &c[0], &c[1], &c[2], &c[3]), 0);
-    EXPECT_EQ(c[3].Values(2), (std::vector<double>{7, 8}));
+    expectPlanes(4);
     EXPECT_EQ(ZVK_Force_Slice6(0, planes, 2, &c[0], &c[1], &c[2], &c[3], &c[4], &c[5]), 0);
-    EXPECT_EQ(c[5].Values(2), (std::vector<double>{11, 12}));
+    expectPlanes(6);
     EXPECT_EQ(ZVK_Force_Slice7(0, planes, 2, &c[0], &c[1], &c[2], &c[3], &c[4], &c[5], &c[6]), 0);
-    EXPECT_EQ(c[6].Values(2), (std::vector<double>{13, 14}));
-    EXPECT_EQ(c[0].Values(2), (std::vector<double>{1, 2}));
+    expectPlanes(7);
+}
+
+TEST_F(ForceReshape, TheBlockThatIsSplitMayBeOneOfTheOldArrays)
+{
+    FailingMemory memory;
+    double *c[3] = {AllocateArray<double>(6), AllocateArray<double>(1), nullptr};
+    std::iota(c[0], c[0] + 6, 1.0);
+    EXPECT_EQ(ZVK_Force_Slice3(0, c[0], 2, &c[0], &c[1], &c[2]), 0);
+    for (int k = 0; k < 3; ++k) {
+        EXPECT_EQ(c[k][0], 2.0 * k + 1);
+        EXPECT_EQ(c[k][1], 2.0 * k + 2);
+    }
+    EXPECT_EQ(memory.Live(), 3) << "the old ones are released";
+    for (double *&array : c)
+        Release(array);
+    double *both = nullptr;
+    const double planes[] = {1, 2, 3};
+    EXPECT_EQ(ZVK_Force_Slice3(0, planes, 1, &both, &both, nullptr), 0);
+    EXPECT_EQ(both[0], 2.0) << "the later one stands";
+    EXPECT_EQ(memory.Live(), 1);
+    Release(both);
+}
+
+TEST_F(ForceReshape, TheOldResultIsReleased)
+{
+    FailingMemory memory;
+    double scans[] = {1, 2};
+    double *planes = AllocateArray<double>(9);
+    EXPECT_EQ(ZVK_Force_Chunky2Planar(0, scans, 1, 2, &planes), 0);
+    EXPECT_EQ(memory.Live(), 1);
+    memory.FailAt(1);
+    EXPECT_EQ(ZVK_Force_Chunky2Planar(0, scans, 1, 2, &planes), ZVK_FORCE_NO_MEMORY);
+    EXPECT_EQ(planes, nullptr);
+    EXPECT_EQ(memory.Live(), 0);
+}
+
+TEST_F(ForceReshape, CountsBelowZeroWriteNothing)
+{
+    double scans[] = {1, 2, 3, 4};
+    for (const auto &[samples, channels] : {std::pair{-2, 2}, {2, -2}, {-2, -2}, {0, 3}, {3, 0}}) {
+        HandedBlock planes;
+        EXPECT_EQ(ZVK_Force_Chunky2Planar(0, scans, samples, channels, &planes), 0);
+        HandedBlock zeros;
+        EXPECT_EQ(ZVK_Force_Chunky2Planar(0, nullptr, samples, channels, &zeros), 0);
+        double *same = scans;
+        EXPECT_EQ(ZVK_Force_Chunky2Planar(0, scans, samples, channels, &same), 0);
+        EXPECT_EQ(same, scans);
+    }
+    EXPECT_EQ(scans[1], 2.0);
+    HandedBlock c[3];
+    EXPECT_EQ(ZVK_Force_Slice3(0, scans, -4, &c[0], &c[1], &c[2]), 0);
+    EXPECT_EQ(ZVK_Force_Chunky2Planar(0, scans, 1, 1, nullptr), 0) << "no place, no result";
 }
 
 TEST_F(ForceReshape, NotInitializedTouchesNothing)

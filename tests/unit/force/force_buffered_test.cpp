@@ -338,3 +338,122 @@ TEST_F(ForceBuffered, ShutdownEndsTheThreadButNotTheRing)
     EXPECT_EQ(ZVK_Force_StopAcquireBuffered(0), 0);
     EXPECT_EQ(g_force.Ring, nullptr);
 }
+
+TEST_F(ForceBuffered, AFiniteOneIsBusyFromTheStartToTheStop)
+{
+    BringUp();
+    ASSERT_EQ(Start(), 0);
+    HandedBlock data;
+    EXPECT_EQ(ZVK_Force_Acquire(0, -1.0, 1000, 1.0, &data, 1, nullptr), ZVK_FORCE_BUSY);
+    s_onPost = [&](uint32_t, int64_t, int64_t) {
+        EXPECT_EQ(g_force.Busy, 1);
+        EXPECT_EQ(ZVK_Force_Acquire(0, -1.0, 1000, 1.0, &data, 1, nullptr), ZVK_FORCE_BUSY);
+    };
+    RunThread();
+    EXPECT_EQ(ZVK_Force_Acquire(0, -1.0, 1000, 1.0, &data, 1, nullptr), ZVK_FORCE_BUSY)
+        << "behind an overrun";
+    EXPECT_EQ(ZVK_Force_StopAcquireBuffered(0), 0);
+    EXPECT_EQ(ZVK_Force_Acquire(0, -1.0, 1000, 1.0, &data, 1, nullptr), 0);
+}
+
+TEST_F(ForceBuffered, AStopWithoutATaskLeavesTheModuleBusy)
+{
+    BringUp();
+    HandedBlock data;
+    EXPECT_EQ(ZVK_Force_Acquire(0, 1.0, 999, 1.0, &data, 1, nullptr), ZVK_FORCE_TOO_FEW_SAMPLES);
+    EXPECT_EQ(ZVK_Force_StopAcquireBuffered(0), 0);
+    EXPECT_EQ(g_force.Busy, 1);
+}
+
+TEST_F(ForceBuffered, AThreadThatFoundNoMemoryLeavesTheCardToTheNextAcquisition)
+{
+    BringUp();
+    for (const bool finite : {true, false}) {
+        ASSERT_EQ(Start(), 0);
+        {
+            FailingMemory memory;
+            memory.FailAt(1);
+            RunThread();
+        }
+        EXPECT_EQ(card->OpenTasks(), 1);
+        HandedBlock data;
+        if (finite)
+            EXPECT_EQ(ZVK_Force_Acquire(0, -1.0, 1000, 1.0, &data, 1, nullptr), 0);
+        else
+            EXPECT_EQ(Start(), 0);
+        EXPECT_EQ(card->OpenTasks(), finite ? 0 : 1) << "one task at a time";
+        EXPECT_EQ(ZVK_Force_StopAcquireBuffered(0), 0);
+        EXPECT_EQ(card->OpenTasks(), 0);
+        EXPECT_TRUE(threads->Held().empty());
+    }
+}
+
+TEST_F(ForceBuffered, WarningsOfTheCardStopOnlyTheLastStep)
+{
+    BringUp();
+    for (int nth = 1; nth <= 4; ++nth) {
+        card->FailAt(nth, 200010);
+        EXPECT_EQ(Start(), nth < 4 ? 0 : 200010) << nth;
+        EXPECT_EQ(channels, nth < 4 ? 3 : 0);
+        EXPECT_EQ(card->OpenTasks(), nth < 4 ? 1 : 0);
+        EXPECT_EQ(ZVK_Force_StopAcquireBuffered(0), 0);
+    }
+}
+
+TEST_F(ForceBuffered, TheLoopAnswersThatAReadTimedOut)
+{
+    BringUp();
+    ASSERT_EQ(Start(2, 1000, 4), 0);
+    card->FailCall("readAnalogF64", 1, -200284);
+    EXPECT_EQ(ZVK_Force_AcquireBufferedLoop(nullptr), ZVK_FORCE_NO_TRIGGER);
+    EXPECT_EQ(messages->Posts()[0].first, (int64_t{4} << 22) + 500) << "and it went on";
+    EXPECT_EQ(messages->Posts().size(), 2U);
+}
+
+TEST_F(ForceBuffered, ARefusalOfOneReadLosesNothing)
+{
+    BringUp();
+    std::vector<double> ramp(2000);
+    std::iota(ramp.begin(), ramp.end(), 0.0);
+    card->SupplySamples(ramp);
+    ASSERT_EQ(Start(2, 2000, 4), 0);
+    card->FailCall("readAnalogF64", 2, -50103);
+    s_onPost = [&](uint32_t, int64_t, int64_t second) {
+        std::vector<double> block(2000);
+        double *data = block.data();
+        EXPECT_EQ(ZVK_Force_GrabBuffer(0, static_cast<int32_t>(second >> 22), &data, nullptr), 0);
+        EXPECT_EQ(block, ramp);
+        g_force.KeepRunning = 0;
+    };
+    RunThread();
+    EXPECT_EQ(messages->Posts().size(), 1U);
+}
+
+TEST_F(ForceBuffered, ANewRingReplacesTheOldOne)
+{
+    folder.Write("config.ini", "[FORCE]\r\nMI = 1\r\nSIMULATE = 1\r\n");
+    ASSERT_EQ(ZVK_Force_Init(0, 0, 0), 0);
+    FailingMemory memory;
+    EXPECT_EQ(Start(3), 0);
+    EXPECT_EQ(Start(2), 0);
+    EXPECT_EQ(memory.Live(), 4) << "two nodes with a block each";
+    FreeRing();
+}
+
+TEST_F(ForceBuffered, OnlyTheCallersBlockIsWritten)
+{
+    BringUp();
+    card->SupplySamples({1.0});
+    ASSERT_EQ(Start(2, 1000, 4), 0);
+    s_onPost = [&](uint32_t, int64_t, int64_t) {
+        std::vector<double> block(1001, -1.0);
+        double *data = block.data();
+        EXPECT_EQ(ZVK_Force_GrabBuffer(0, 1, &data, nullptr), 0);
+        EXPECT_EQ(data, block.data());
+        EXPECT_EQ(block[0], 1.0);
+        EXPECT_EQ(block[999], 1.0);
+        EXPECT_EQ(block[1000], -1.0);
+        g_force.KeepRunning = 0;
+    };
+    RunThread();
+}

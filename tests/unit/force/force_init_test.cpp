@@ -193,3 +193,51 @@ TEST_F(ForceInit, NullOutputsArePassedOver)
     EXPECT_EQ(ZVK_Force_GetInitStatus(0, nullptr), 0);
     EXPECT_EQ(ZVK_Force_GetMaxSampleRateSingleChannel(0, nullptr), 0);
 }
+
+TEST_F(ForceInit, TheStatusAsksForInitThenForTheCardThenForSimulation)
+{
+    g_force.Simulate = 1;
+    EXPECT_EQ(InitStatus(), 0);
+    g_force.Initialised = 1;
+    EXPECT_EQ(InitStatus(), -1);
+    g_force.Installed = 1;
+    EXPECT_EQ(InitStatus(), 2);
+    g_force.Simulate = 0;
+    EXPECT_EQ(InitStatus(), 1);
+}
+
+TEST_F(ForceInit, ShutdownTouchesNoTaskOfAModuleThatIsNotUpOnACard)
+{
+    BringUp();
+    HandedBlock data;
+    EXPECT_EQ(ZVK_Force_Acquire(0, -2.0, 1000, 1.0, &data, 4, nullptr), ZVK_FORCE_BAD_SAMPLE_RATE);
+    card->ForgetCalls();
+    for (int32_t *field : {&g_force.Initialised, &g_force.Installed}) {
+        *field = 0;
+        EXPECT_EQ(ZVK_Force_Shutdown(0), 0);
+        *field = 1;
+    }
+    g_force.Simulate = 1;
+    EXPECT_EQ(ZVK_Force_Shutdown(0), 0);
+    g_force.Simulate = 0;
+    EXPECT_TRUE(card->Calls().empty());
+    EXPECT_EQ(card->OpenTasks(), 1);
+}
+
+TEST_F(ForceInit, TheTriggerOfTheKeysIsTheOneThatAcquisitionsUse)
+{
+    WriteConfig({{"TRIGGERINPUT", "2"}, {"TRIGGEREDGE", "1"}});
+    ASSERT_EQ(ZVK_Force_Init(0, 0, 0), 0);
+    card->ForgetCalls();
+    HandedBlock data;
+    EXPECT_EQ(ZVK_Force_Acquire(0, -1.0, 1000, 1.0, &data, 4, nullptr), 0);
+    EXPECT_EQ(card->Calls()[4], "cfgDigEdgeStartTrig(t2, \"/Dev2/PFI2\", 10171)");
+}
+
+TEST_F(ForceInit, ATriggerOfTheKeysThatDoesNotExistFailsEachAcquisition)
+{
+    WriteConfig({{"TRIGGERINPUT", "0"}});
+    ASSERT_EQ(ZVK_Force_Init(0, 0, 0), 0) << "it is not looked at here";
+    HandedBlock data;
+    EXPECT_EQ(ZVK_Force_Acquire(0, -1.0, 1000, 1.0, &data, 4, nullptr), ZVK_FORCE_BAD_TRIGGER_TYPE);
+}

@@ -6,7 +6,9 @@
 #include "platform/messages.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
+#include <cstdlib>
 #include <mutex>
 #include <numeric>
 #include <thread>
@@ -154,4 +156,181 @@ TEST_F(ForceThreads, ManyGrabbersAndAStopNeverMeetAFreedBuffer)
         for (std::thread &grabber : grabbers)
             grabber.join();
     }
+}
+
+static std::chrono::milliseconds StressTime()
+{
+    const char *seconds = std::getenv("ZVK_STRESS_SECONDS");
+    return seconds ? std::chrono::milliseconds(1000 * std::atoi(seconds))
+                   : std::chrono::milliseconds(1500);
+}
+
+// The next buffer's number, or -1 when the thread has gone and no message is left.
+static int32_t TakeOrEnd()
+{
+    std::unique_lock lock(s_mail.mutex);
+    bool gone = false;
+    while (s_mail.numbers.empty() && !gone) {
+        gone = LoadShared(g_force.ThreadOwed) == 0;  // before the last look at the mail
+        if (!gone) s_mail.arrived.wait_for(lock, std::chrono::milliseconds(1));
+    }
+    if (s_mail.numbers.empty()) return -1;
+    const int32_t number = s_mail.numbers.front();
+    s_mail.numbers.erase(s_mail.numbers.begin());
+    return number;
+}
+
+// Grabs buffers in the order of their messages until the acquisition has ended or `most` have been
+// taken, and expects an unbroken ramp. Gives how many it took.
+static int GrabRamp(int32_t samples, int most)
+{
+    std::vector<double> block(samples);
+    double expected = 0.0;
+    for (int taken = 0; taken < most; ++taken) {
+        const int32_t number = TakeOrEnd();
+        double *data = block.data();
+        if (number < 0) return taken;
+        EXPECT_EQ(ZVK_Force_GrabBuffer(0, number, &data, nullptr), 0);
+        if (data == nullptr) return taken;
+        for (const double value : block) {
+            if (value == expected++) continue;
+            ADD_FAILURE() << "sample " << expected - 1 << " is " << value;
+            return taken;
+        }
+    }
+    return most;
+}
+
+// The card gives samples as fast as they are taken, so that overruns come by themselves; another
+// thread grabs what does not exist, and stops every third round at any moment.
+TEST_F(ForceThreads, AtFullPaceEverySampleUpToTheEndComesOnceAndInOrder)
+{
+    constexpr int32_t kSamples = 2000;
+    std::atomic<bool> done = false;
+    std::atomic<int> stopAt = -1;
+    std::thread other([&done, &stopAt] {
+        std::vector<double> block(kSamples);
+        for (int32_t turn = 0; !done; ++turn) {
+            double *data = block.data();
+            const int32_t status = ZVK_Force_GrabBuffer(0, -(turn % 3), &data, nullptr);
+            EXPECT_TRUE(status == ZVK_FORCE_BAD_BUFFER || data == nullptr);
+            int now = 0;
+            if (stopAt.compare_exchange_strong(now, -1)) (void)ZVK_Force_StopAcquireBuffered(0);
+            if (now > 0) stopAt.compare_exchange_strong(now, now - 1);
+            if (turn % 64 == 0) std::this_thread::yield();
+        }
+    });
+    const auto end = std::chrono::steady_clock::now() + StressTime();
+    int64_t taken = 0;
+    for (int round = 0; std::chrono::steady_clock::now() < end; ++round) {
+        ASSERT_EQ(ZVK_Force_StopAcquireBuffered(0), 0);
+        s_mail.numbers.clear();
+        s_next = 0;
+        int32_t channels = 0;
+        ASSERT_EQ(ZVK_Force_AcquireBuffered(0, -1.0, 2 + round % 5, kSamples, 1.0, 4, &channels),
+                  0);
+        if (round % 3 == 2) stopAt = round % 200;
+        taken += GrabRamp(kSamples, round % 2 == 0 ? 1000 : 3);
+        stopAt = -1;
+    }
+    done = true;
+    other.join();
+    EXPECT_GT(taken, 10);
+    EXPECT_EQ(ZVK_Force_StopAcquireBuffered(0), 0);
+    EXPECT_EQ(card->OpenTasks(), 0);
+}
+
+// A card whose reads wait until the task is stopped. One that comes behind a stop starts the task
+// anew, as the driver has it, and waits for the next stop.
+static std::atomic<int> s_stops;
+static std::atomic<int> s_stopsToEnd;
+static std::atomic<int> s_reads;
+
+static int32_t ReadUntilStopped(ZVK_DaqTask, int32_t, double, uint32_t, double *, uint32_t,
+                                int32_t *read, uint32_t *)
+{
+    *read = 0;
+    ++s_reads;
+    s_reads.notify_all();
+    int stops = s_stops;
+    while (stops < s_stopsToEnd) {
+        s_stops.wait(stops);
+        stops = s_stops;
+    }
+    return -88710;
+}
+
+static int32_t CountStop(ZVK_DaqTask)
+{
+    ++s_stops;
+    s_stops.notify_all();
+    return 0;
+}
+
+class ForceStops : public ForceTest
+{
+protected:
+    void SetUp() override
+    {
+        ForceTest::SetUp();
+        UseMessages(&kMail);
+        m_recorded = &Daq();
+        m_table = *m_recorded;
+        m_table.readAnalogF64 = ReadUntilStopped;
+        m_table.stopTask = CountStop;
+        UseDaq(&m_table);
+        s_stops = 0;
+        s_stopsToEnd = 1;
+        s_reads = 0;
+        BringUp();
+    }
+
+    void TearDown() override
+    {
+        UseDaq(m_recorded);
+        ForceTest::TearDown();
+        UseMessages(nullptr);
+    }
+
+    // Returns when the thread waits in a read.
+    static void StartAndAwaitARead()
+    {
+        int32_t channels = 0;
+        s_reads = 0;
+        ASSERT_EQ(ZVK_Force_AcquireBuffered(0, -1.0, 2, 1000, 1.0, 1, &channels), 0);
+        s_reads.wait(0);
+    }
+
+private:
+    ZVK_DaqTable m_table = {};
+    const ZVK_DaqTable *m_recorded = nullptr;
+};
+
+TEST_F(ForceStops, AStopEndsAReadThatWaitsForSamples)
+{
+    StartAndAwaitARead();
+    EXPECT_EQ(ZVK_Force_StopAcquireBuffered(0), 0);
+    EXPECT_EQ(s_reads, 1);
+    EXPECT_EQ(card->OpenTasks(), 0);
+    EXPECT_EQ(g_force.ReadStatus, 1) << "a stop leaves it";
+}
+
+TEST_F(ForceStops, AStopEndsAReadThatBeganJustBehindIt)
+{
+    s_stopsToEnd = 3;
+    StartAndAwaitARead();
+    EXPECT_EQ(ZVK_Force_StopAcquireBuffered(0), 0);
+    EXPECT_EQ(s_stops, 3);
+    EXPECT_EQ(card->OpenTasks(), 0);
+}
+
+TEST_F(ForceStops, AShutdownEndsAReadThatWaitsForSamples)
+{
+    StartAndAwaitARead();
+    EXPECT_EQ(ZVK_Force_Shutdown(0), 0);
+    EXPECT_EQ(s_reads, 1);
+    EXPECT_EQ(card->OpenTasks(), 0);
+    EXPECT_NE(g_force.Ring, nullptr) << "its buffers stay until a stop";
+    EXPECT_EQ(ZVK_Force_StopAcquireBuffered(0), 0);
+    EXPECT_EQ(g_force.Ring, nullptr);
 }

@@ -41,6 +41,7 @@ using ForceCalContainer = ForceCalTest;
 TEST_F(ForceCalContainer, ChecksInit_Path_Run_Type_ThenTheFlag)
 {
     EXPECT_EQ(Return(2, 4, 3, 0).status, ZVK_FORCECAL_NOT_INITIALIZED);
+    EXPECT_EQ(Return(2, 4, 3, 0).entries, 0) << "set to 0 before all checks";
     g_forceCal.Initialised = 1;  // whether it is installed is not asked
     EXPECT_EQ(Return(2, 4, 3, 0).status, ZVK_FORCECAL_BAD_PATH);
     EXPECT_EQ(Return(-1, 4, 3, 0).status, ZVK_FORCECAL_BAD_PATH);
@@ -93,6 +94,12 @@ TEST_F(ForceCalContainer, SeriesTellTheLengthOfTheirFirstSegment)
     g_forceCal.Data[1][2].Averages = 0;
     EXPECT_EQ(Return(1, 2, 1, 1).status, 0);
     EXPECT_EQ(Return(1, 2, 1, 1).entries, 0) << "no averages, no entries";
+    g_forceCal.Data[1][2].Averages = -3;
+    EXPECT_EQ(Return(1, 2, 1, 1).entries, 0);
+    g_forceCal.Data[1][2].Averages = 3;
+    Release(g_forceCal.Data[1][2].TDAxis);
+    EXPECT_EQ(Return(1, 2, 1, 1).entries, 0) << "nor where the axis found no memory";
+    EXPECT_EQ(Return(1, 2, 2, 1).entries, 0);
 }
 
 TEST_F(ForceCalContainer, EachRowHandsOutItsOwnArraysAndNumbers)

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <malloc.h>
 
 using ForceCalInit = ForceCalTest;
 
@@ -415,4 +416,219 @@ TEST_F(ForceCalInit, AnotherMediumTakesTheArgumentAndAnUnknownOneIsRefused)
         EXPECT_EQ(ZVK_ForceCal_ComputeViscosity(0, 5.0), ZVK_FORCECAL_BAD_MEDIUM);
         EXPECT_EQ(g_forceCal.Viscosity, 0.125);
     }
+}
+
+// What each whole number, number and flag of the record is, in a fixed order.
+static std::vector<double> AllSettings()
+{
+    const ZVK_ForceCalState &s = g_forceCal;
+    return {s.Temperature,
+            s.LSLength,
+            s.Diameter,
+            s.Amplitude,
+            s.FitStartFrequency,
+            s.FitStopFrequency,
+            s.DisplayStopFrequency,
+            static_cast<double>(s.Medium),
+            static_cast<double>(s.LSSteps),
+            static_cast<double>(s.LSAverages),
+            static_cast<double>(s.Frequency),
+            static_cast<double>(s.Averages),
+            static_cast<double>(s.Bins),
+            static_cast<double>(s.SubtractMean),
+            static_cast<double>(s.Oscillate),
+            static_cast<double>(s.SubtractDrift),
+            static_cast<double>(s.SwapAxes),
+            s.CalLength,
+            s.Viscosity,
+            s.SampleRate,
+            static_cast<double>(s.CycleLength),
+            static_cast<double>(s.MaxFFT)};
+}
+
+TEST_F(ForceCalInit, EachSettingHasItsOwnPlaceAndTouchesNoOther)
+{
+    PretendUp();
+    double number = 0;
+    int32_t whole = 0;
+    uint16_t flag = 0;
+    const auto settings = Settings(number, whole, flag);
+    std::vector<double> before = AllSettings();
+    for (size_t row = 0; row < settings.size(); ++row) {
+        EXPECT_EQ(settings[row].first(), 0);
+        const std::vector<double> after = AllSettings();
+        for (size_t place = 0; place < after.size(); ++place)
+            EXPECT_EQ(after[place] != before[place], place == row) << "setting " << row;
+        before = after;
+    }
+    EXPECT_EQ(ZVK_ForceCal_SetCalLength(0, 2.5), 0);
+    EXPECT_EQ(g_forceCal.CalLength, 2.5);
+    before[17] = 2.5;
+    EXPECT_EQ(AllSettings(), before);
+}
+
+TEST_F(ForceCalInit, EachSettingIsReadFromItsOwnPlace)
+{
+    PretendUp();
+    double number = 0;
+    int32_t whole = 0;
+    uint16_t flag = 0;
+    const auto settings = Settings(number, whole, flag);
+    ZVK_ForceCalState &s = g_forceCal;
+    double *const numbers[] = {&s.Temperature,         &s.LSLength,          &s.Diameter,
+                               &s.Amplitude,           &s.FitStartFrequency, &s.FitStopFrequency,
+                               &s.DisplayStopFrequency};
+    int32_t *const wholes[] = {&s.Medium,    &s.LSSteps,  &s.LSAverages,
+                               &s.Frequency, &s.Averages, &s.Bins};
+    char *const flags[] = {&s.SubtractMean, &s.Oscillate, &s.SubtractDrift, &s.SwapAxes};
+    size_t row = 0;
+    for (double *field : numbers) {
+        *field = 7.25 + row;
+        EXPECT_EQ(settings[row].second(), 0);
+        EXPECT_EQ(number, 7.25 + row) << row;
+        ++row;
+    }
+    for (int32_t *field : wholes) {
+        *field = 100 + static_cast<int32_t>(row);
+        EXPECT_EQ(settings[row].second(), 0);
+        EXPECT_EQ(whole, 100 + static_cast<int32_t>(row)) << row;
+        ++row;
+    }
+    for (char *field : flags) {
+        *field = 1;
+        EXPECT_EQ(settings[row].second(), 0);
+        EXPECT_EQ(flag, 1) << row;
+        *field = 0;
+        EXPECT_EQ(settings[row].second(), 0);
+        EXPECT_EQ(flag, 0) << row;
+        ++row;
+    }
+    EXPECT_EQ(row, settings.size());
+}
+
+TEST_F(ForceCalInit, LimitsAndLengthsAskForInitFirstToo)
+{
+    double value = -1;
+    for (const int32_t expected : {ZVK_FORCECAL_NOT_INITIALIZED, ZVK_FORCECAL_NOT_INSTALLED}) {
+        EXPECT_EQ(ZVK_ForceCal_SetPotFitStart(0, 9, 9, 1.0), expected);
+        EXPECT_EQ(ZVK_ForceCal_GetPotFitStartFrequency(0, 9, 9, &value), expected);
+        EXPECT_EQ(ZVK_ForceCal_SetPotFitStop(0, 9, 9, 1.0), expected);
+        EXPECT_EQ(ZVK_ForceCal_GetPotFitStopFrequency(0, 9, 9, &value), expected);
+        EXPECT_EQ(ZVK_ForceCal_SetLineScanFitStart(0, 9, 9, 1.0), expected);
+        EXPECT_EQ(ZVK_ForceCal_GetLineScanFitStart(0, 9, 9, &value), expected);
+        EXPECT_EQ(ZVK_ForceCal_SetLineScanFitStop(0, 9, 9, 1.0), expected);
+        EXPECT_EQ(ZVK_ForceCal_GetLineScanFitStop(0, 9, 9, &value), expected);
+        EXPECT_EQ(ZVK_ForceCal_GetViscosity(0, &value), expected);
+        EXPECT_EQ(ZVK_ForceCal_SetCalLength(0, 1.0), expected);
+        EXPECT_EQ(ZVK_ForceCal_GetCalLength(0, &value, &value), expected);
+        EXPECT_EQ(ZVK_ForceCal_ComputeViscosity(0, 1.0), expected);
+        g_forceCal.Initialised = 1;
+    }
+    EXPECT_EQ(value, -1);
+    EXPECT_EQ(g_forceCal.CalLength, 0.0);
+}
+
+TEST_F(ForceCalInit, LimitsOfOneKindLeaveTheOthersAlone)
+{
+    PretendUp();
+    EXPECT_EQ(ZVK_ForceCal_SetPotFitStart(0, 1, 2, 1.0), 0);
+    EXPECT_EQ(ZVK_ForceCal_SetPotFitStop(0, 1, 2, 2.0), 0);
+    EXPECT_EQ(ZVK_ForceCal_SetLineScanFitStart(0, 1, 2, 3.0), 0);
+    EXPECT_EQ(ZVK_ForceCal_SetLineScanFitStop(0, 1, 2, 4.0), 0);
+    EXPECT_EQ(g_forceCal.PotFitStart[1][2], 1.0);
+    EXPECT_EQ(g_forceCal.PotFitStop[1][2], 2.0);
+    EXPECT_EQ(g_forceCal.LineScanFitStart[1][2], 3.0);
+    EXPECT_EQ(g_forceCal.LineScanFitStop[1][2], 4.0);
+    double value = 0;
+    EXPECT_EQ(ZVK_ForceCal_GetPotFitStartFrequency(0, 1, 2, &value), 0);
+    EXPECT_EQ(value, 1.0);
+    EXPECT_EQ(ZVK_ForceCal_GetPotFitStopFrequency(0, 1, 2, &value), 0);
+    EXPECT_EQ(value, 2.0);
+    EXPECT_EQ(ZVK_ForceCal_GetLineScanFitStart(0, 1, 2, &value), 0);
+    EXPECT_EQ(value, 3.0);
+    EXPECT_EQ(ZVK_ForceCal_GetLineScanFitStop(0, 1, 2, &value), 0);
+    EXPECT_EQ(value, 4.0);
+}
+
+TEST_F(ForceCalInit, AnInitThatIsTriedAgainMakesRoomForItsOwnMaxFft)
+{
+    WriteCalConfig({{"MAX_FFT", "100"}});
+    folder.Remove("default.cal");
+    ASSERT_LT(ZVK_ForceCal_Init(0, 0, 0), 0);
+    g_forceCal.Data[1][0].FDValid = 1;  // as a run before an Init leaves it
+    g_forceCal.Data[1][0].NumberOfFrequencies = 90;
+    WriteCalConfig({{"MAX_FFT", "5000"}});
+    ASSERT_EQ(ZVK_ForceCal_Init(0, 0, 0), 0);
+    for (const auto &path : g_forceCal.Data) {
+        for (const ZVK_ForceCalDataContainer &data : path) {
+            for (double *spectrum : data.FD)
+                EXPECT_GE(malloc_usable_size(spectrum), 5001 * sizeof(double));
+            EXPECT_EQ(data.FDValid, 0) << "nothing is told of a spectrum that is gone";
+            EXPECT_EQ(data.NumberOfFrequencies, 0);
+        }
+    }
+    ResetForceCal();
+}
+
+TEST_F(ForceCalInit, AnInitThatEndsAtAKeyLeavesNoSpectraOfAnotherRoom)
+{
+    WriteCalConfig({{"MAX_FFT", "100"}});
+    folder.Remove("default.cal");
+    ASSERT_LT(ZVK_ForceCal_Init(0, 0, 0), 0);
+    WriteCalConfig({{"FREQUENCY", "-"}});
+    ASSERT_EQ(ZVK_ForceCal_Init(0, 0, 0), ZVK_CONFILE_NOT_FOUND);
+    EXPECT_EQ(g_forceCal.MaxFFT, 200000) << "its preset";
+    ASSERT_TRUE(EnsureSpectrumArrays(Still()));  // as a run does, which asks for no Init
+    EXPECT_GE(malloc_usable_size(Still().FD[0]), 200001 * sizeof(double));
+}
+
+TEST_F(ForceCalInit, ShutdownOfAModuleThatIsNotInstalledTouchesNothing)
+{
+    WriteCalConfig();
+    ASSERT_EQ(ZVK_ForceCal_Init(0, 0, 0), 0);
+    g_forceCal.Installed = 0;
+    EXPECT_EQ(ZVK_ForceCal_Shutdown(0), 0);
+    EXPECT_NE(g_forceCal.Data[0][0].FD[0], nullptr);
+    g_forceCal.Installed = 1;
+    g_forceCal.Initialised = 0;
+    EXPECT_EQ(ZVK_ForceCal_Shutdown(0), 0);
+    EXPECT_NE(g_forceCal.Data[0][0].FD[0], nullptr);
+}
+
+TEST_F(ForceCalInit, TheStatusAsksForInitThenForTheInstrumentThenForSimulation)
+{
+    g_forceCal.Simulate = 1;
+    EXPECT_EQ(InitStatus(), 0);
+    g_forceCal.Initialised = 1;
+    EXPECT_EQ(InitStatus(), -1);
+    g_forceCal.Installed = 1;
+    EXPECT_EQ(InitStatus(), 2);
+    EXPECT_EQ(ZVK_ForceCal_GetInitStatus(0, nullptr), 0);
+}
+
+TEST_F(ForceCalInit, PathAIsLoadedFirstAndItsErrorEndsTheLoad)
+{
+    const std::string good =
+        "BETACOUNT = 0\r\nKCOUNT = 1\r\nK_X_0 = 1\r\nK_Y_0 = 2\r\nK_Z_0 = 3\r\n";
+    folder.Write("a.cal", "[TRAP A]\r\n" + good + "[TRAP B]\r\nBETACOUNT = 1\r\n");
+    EXPECT_EQ(ZVK_ForceCal_LoadCalibration(0, folder.Path("a.cal").c_str()), ZVK_CONFILE_NOT_FOUND);
+    ASSERT_NE(g_forceCal.K[0], nullptr);
+    EXPECT_EQ(g_forceCal.K[0][2], 3.0);
+    EXPECT_EQ(g_forceCal.NumberOfBetas[0], 0);
+    EXPECT_EQ(g_forceCal.K[1], nullptr);
+    ResetForceCal();
+    folder.Write("b.cal", "[TRAP A]\r\nBETACOUNT = 1\r\n[TRAP B]\r\n" + good);
+    EXPECT_EQ(ZVK_ForceCal_LoadCalibration(0, folder.Path("b.cal").c_str()), ZVK_CONFILE_NOT_FOUND);
+    EXPECT_EQ(g_forceCal.K[0], nullptr);
+    EXPECT_EQ(g_forceCal.K[1], nullptr) << "path B is not read any more";
+}
+
+TEST_F(ForceCalInit, ASaveThatFailsIsTheStatusAndChangesNoTable)
+{
+    WriteCalConfig();
+    ASSERT_EQ(ZVK_ForceCal_LoadCalibration(0, "default.cal"), 0);
+    EXPECT_EQ(ZVK_ForceCal_SaveCalibration(0, folder.Path("no/such/folder.cal").c_str()),
+              ZVK_CONFILE_WRITE_FAILED);
+    EXPECT_EQ(g_forceCal.Beta[0][0], 1.5);
+    EXPECT_EQ(g_forceCal.NumberOfKs[1], 1);
 }

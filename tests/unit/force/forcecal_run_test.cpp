@@ -2,8 +2,10 @@
 
 #include "forcecal_fixture.h"
 
+#include "failing_memory.h"
 #include "force/forcecal_trigger.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -129,9 +131,89 @@ TEST_F(ForceCalRun, TheTriggerReadsTheReferenceForHalfASecondAndKeepsTheRate)
               "createAIVoltageChan(t2, \"/Dev2/ai3\", \"\", 10106, -10, 10, 10348, null)");
     EXPECT_EQ(calls[3], "cfgSampClkTiming(t2, \"\", 250000, 10280, 10178, 125000)");
     EXPECT_EQ(calls[5], "readAnalogF64(t2, 1000, 10, 1, 1000)");
+    // At this rate the dead zone is longer than a period, so that every second pulse counts.
+    EXPECT_EQ(cycle, 4096);
+    EXPECT_DOUBLE_EQ(rate, 65540.19457245263) << "from the pulses, not from the setting";
+    EXPECT_EQ(frequency, 16.0);
     EXPECT_EQ(cycle, g_forceCal.CycleLength);
     EXPECT_EQ(rate, g_forceCal.SampleRate);
     EXPECT_EQ(g_forceCal.Frequency, 32) << "the setting stays";
+}
+
+TEST_F(ForceCalRun, ThreePulsesAreEnoughAndTwoAreNot)
+{
+    g_force.MaxSampleRateSingleChannel = 250000.0;
+    card->SetMaxRate(250000.0);
+    for (const int count : {2, 3}) {
+        std::vector<double> samples(125000, 0.0);
+        for (int pulse = 0; pulse < count; ++pulse)
+            std::fill_n(samples.begin() + 1000 + 10000 * pulse, 10, 5.0);  // every 1 / 25 s
+        card->SupplySamples(samples);
+        double frequency = 0;
+        EXPECT_EQ(ZVK_ForceCal_TriggerCalibration(0, nullptr, nullptr, &frequency),
+                  count < 3 ? ZVK_FORCECAL_TOO_FEW_PULSES : 0);
+        EXPECT_EQ(frequency, count < 3 ? 32.0 : 25.0);
+        EXPECT_EQ(g_forceCal.CycleLength, 2048);
+        EXPECT_EQ(g_forceCal.SampleRate, count < 3 ? 65536.0 : 2048 * 25.0);
+        EXPECT_EQ(g_forceCal.Frequency, 32);
+    }
+}
+
+TEST_F(ForceCalRun, EachOutputOfTheTriggerMayBeNull)
+{
+    g_force.MaxSampleRateSingleChannel = 250000.0;
+    double rate = 0;
+    int32_t cycle = 0;
+    double frequency = 0;
+    (void)ZVK_ForceCal_TriggerCalibration(0, nullptr, &cycle, &frequency);
+    EXPECT_EQ(g_forceCal.SampleRate, 65536.0) << "kept all the same";
+    (void)ZVK_ForceCal_TriggerCalibration(0, &rate, nullptr, nullptr);
+    EXPECT_EQ(cycle, 2048);
+    EXPECT_EQ(rate, 65536.0);
+    EXPECT_EQ(frequency, 32.0);
+}
+
+TEST_F(ForceCalRun, ReferenceSamplesOfAnyKindGiveUsableValues)
+{
+    g_force.MaxSampleRateSingleChannel = 250000.0;
+    card->SetMaxRate(250000.0);
+    for (const double sample : {std::nan(""), HUGE_VAL, -HUGE_VAL, 5.0}) {
+        card->SupplySamples({sample});
+        for (const int32_t frequency : {1, 32, 5000, 300000, 2000000000}) {
+            g_forceCal.Frequency = frequency;
+            (void)ZVK_ForceCal_TriggerCalibration(0, nullptr, nullptr, nullptr);
+            EXPECT_TRUE(std::isfinite(g_forceCal.SampleRate)) << sample << " " << frequency;
+            EXPECT_GE(g_forceCal.CycleLength, 0);
+        }
+    }
+}
+
+TEST_F(ForceCalRun, MoreThanAThousandPulsesAreCountedToAThousand)
+{
+    g_force.MaxSampleRateSingleChannel = 250000.0;
+    card->SetMaxRate(250000.0);
+    g_forceCal.Frequency = 5000;  // a dead zone of 60 samples
+    card->SupplySamples(Pulses(100, 20, 100, 5));
+    double frequency = 0;
+    EXPECT_EQ(ZVK_ForceCal_TriggerCalibration(0, nullptr, nullptr, &frequency), 0);
+    EXPECT_EQ(frequency, 2500.0) << "1250 pulses in half a second";
+    EXPECT_EQ(g_forceCal.CycleLength, 32);
+    EXPECT_EQ(g_forceCal.SampleRate, 32 * 2500.0);
+}
+
+TEST_F(ForceCalRun, AReferenceThatTimesOutEndsTheTriggerAndKeepsTheRate)
+{
+    g_force.MaxSampleRateSingleChannel = 250000.0;
+    g_forceCal.SampleRate = 1234.0;
+    g_forceCal.CycleLength = 77;
+    card->FailCall("readAnalogF64", 3, -200284);
+    double rate = -1;
+    FailingMemory memory;
+    EXPECT_EQ(ZVK_ForceCal_TriggerCalibration(0, &rate, nullptr, nullptr), ZVK_FORCE_NO_TRIGGER);
+    EXPECT_EQ(rate, -1);
+    EXPECT_EQ(g_forceCal.SampleRate, 1234.0);
+    EXPECT_EQ(g_forceCal.CycleLength, 77);
+    EXPECT_EQ(memory.Live(), 0) << "the block is released";
 }
 
 TEST_F(ForceCalRun, SlowOscillationsAreWatchedForFourPeriods)
@@ -141,6 +223,12 @@ TEST_F(ForceCalRun, SlowOscillationsAreWatchedForFourPeriods)
     g_forceCal.Frequency = 4;
     (void)ZVK_ForceCal_TriggerCalibration(0, nullptr, nullptr, nullptr);
     EXPECT_EQ(card->Calls()[3], "cfgSampClkTiming(t2, \"\", 250000, 10280, 10178, 250000)");
+    for (const auto &[frequency, samples] : {std::pair{7, "142857)"}, {8, "125000)"}}) {
+        g_forceCal.Frequency = frequency;
+        card->ForgetCalls();
+        (void)ZVK_ForceCal_TriggerCalibration(0, nullptr, nullptr, nullptr);
+        EXPECT_TRUE(card->Calls()[3].ends_with(samples)) << card->Calls()[3];
+    }
 }
 
 TEST_F(ForceCalRun, TooFewPulsesAre1406WithUsableValues)
@@ -281,4 +369,72 @@ TEST_F(ForceCalRun, ASecondRunReplacesTheFirst)
     g_forceCal.Averages = 1;
     ASSERT_EQ(ZVK_ForceCal_AcquireData(0, 0, 3), 0);
     EXPECT_EQ(Still(0).NumberOfSamples, 65536);
+}
+
+TEST_F(ForceCalRun, SamplesOfAnyKindAreAnalysedWithoutHarm)
+{
+    g_forceCal.SampleRate = 65536.0;
+    g_forceCal.CycleLength = 2048;
+    g_forceCal.CalLength = 2.0 / 32.0;
+    g_forceCal.SubtractDrift = 1;
+    const std::vector<double> kinds[] = {
+        {std::nan(""), std::nan(""), std::nan("")},
+        {1.0, std::nan(""), 2.0, 0.5, -0.5, 2.0},
+        {HUGE_VAL, -HUGE_VAL, 1.0, 0.0, 1.0, 2.0},
+        {1e308, -1e308, 5e-324},
+        {0.0, 0.0, 0.0},
+        {-0.0, 1.0, -1e-11},
+    };
+    for (const auto &samples : kinds) {
+        card->SupplySamples(samples);
+        EXPECT_EQ(ZVK_ForceCal_AcquireData(0, 0, 3), 0);
+        EXPECT_EQ(Still(0).NumberOfSamples, 8192);
+        EXPECT_EQ(Still(0).TDValid, 1);
+        EXPECT_EQ(Still(0).FDValid, 1);
+    }
+}
+
+TEST_F(ForceCalRun, ZerosOfTheSumBecomeATenBillionthOfEitherSign)
+{
+    double sum[] = {0.0, -0.0, 1e-11, -1e-11, 1e-10, -1e-10, 2.0, -2.0};
+    ZVK_ForceCal_RemoveZeros(sum, 8);
+    EXPECT_EQ(std::vector<double>(sum, sum + 8),
+              (std::vector<double>{1e-10, 1e-10, 1e-10, 1e-10, 1e-10, -1e-10, 2.0, -2.0}));
+}
+
+TEST_F(ForceCalRun, AveragesOfZeroOrLessGiveNoSamplesAndNoSpectrum)
+{
+    g_forceCal.SampleRate = 65536.0;
+    g_forceCal.CycleLength = 2048;
+    for (const int32_t averages : {0, -1, std::numeric_limits<int32_t>::min()}) {
+        g_force.Busy = 0;
+        g_forceCal.Averages = averages;
+        EXPECT_EQ(ZVK_ForceCal_AcquireData(0, 0, 3), ZVK_FORCECAL_NO_TIME_DATA) << averages;
+        int32_t entries = 7;
+        (void)ZVK_ForceCal_ReturnData(0, 0, 3, 1, 0, &entries, nullptr, nullptr, nullptr, nullptr,
+                                      nullptr);
+        EXPECT_EQ(entries, 0);
+        EXPECT_LE(Still(0).NumberOfSamples, 0);
+    }
+    g_force.Busy = 0;
+    g_forceCal.CalLength = -1.0;  // two negatives make a run of samples without segments
+    g_forceCal.Averages = -1;
+    EXPECT_EQ(ZVK_ForceCal_AcquireData(0, 0, 3), ZVK_FORCECAL_NO_TIME_DATA);
+    EXPECT_EQ(Still(0).NumberOfSamples, 65536);
+}
+
+TEST_F(ForceCalRun, TheClearOfARunComesBehindItsChecksAndBeforeItsRecording)
+{
+    g_forceCal.SampleRate = 65536.0;
+    g_forceCal.CycleLength = 2048;
+    card->SupplySamples({0.5, -0.25, 2.0});
+    ASSERT_EQ(ZVK_ForceCal_AcquireData(0, 0, 3), 0);
+    EXPECT_EQ(ZVK_ForceCal_AcquireData(0, 2, 3), ZVK_FORCECAL_BAD_PATH);
+    EXPECT_EQ(ZVK_ForceCal_AcquireData(0, 0, 4), ZVK_FORCECAL_BAD_AXIS);
+    EXPECT_EQ(Still(0).TDValid, 1);
+    FailingMemory memory;
+    g_force.Busy = 1;
+    EXPECT_EQ(ZVK_ForceCal_AcquireData(0, 0, 3), 0);
+    EXPECT_EQ(Still(0).TD[0][5], 0.0) << "nothing is left of the run before";
+    ResetForceCal();
 }

@@ -106,8 +106,23 @@ TEST(Pool, ReleaseForgetsTheIdAndDoesNotWait)
     gate.open.Set();
 }
 
+TEST(Pool, AWaitWithAnEndTellsThatTheFunctionStillRuns)
+{
+    Gate gate;
+    int id = 0;
+    ASSERT_EQ(Threads().schedule(PassGate, &gate, &id), 0);
+    EXPECT_EQ(Threads().waitAtMost(id, 0.0), 1);
+    EXPECT_EQ(Threads().waitAtMost(id, 0.001), 1);
+    gate.open.Set();
+    EXPECT_EQ(Threads().waitAtMost(id, 600.0), 0);
+    EXPECT_EQ(Threads().waitAtMost(id, 0.0), 0) << "it has ended";
+    EXPECT_EQ(Threads().release(id), 0);
+    EXPECT_LT(Threads().waitAtMost(id, 0.0), 0);
+}
+
 TEST(Pool, UnknownIdsAreRefused)
 {
+    EXPECT_LT(Threads().waitAtMost(1'000'000, 1.0), 0);
     EXPECT_LT(Threads().wait(0), 0);
     EXPECT_LT(Threads().wait(-1), 0);
     EXPECT_LT(Threads().wait(1'000'000), 0);
