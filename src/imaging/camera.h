@@ -270,6 +270,6 @@ bool DisplayPass();         // waits for a frame and shows it; false: the loop i
 void StartLoops();          // on the pool. Lock CameraTurn
 void EndAcquireLoop();      // asks that one to end, and waits. Lock CameraTurn
 void EndLoops();            // asks both to end, and waits until they have. Lock CameraTurn
-void EndLoopsBeforeExit();  // once a picture has been made: the process's end stops the loops first
+void EndLoopsBeforeExit();  // again once a picture has been made, which may have made more to end
 
 #endif

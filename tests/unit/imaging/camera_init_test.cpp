@@ -4,7 +4,9 @@
 #include "camera_fixture.h"
 
 #include "imaging/camera_keys.h"
+#include "platform/threads.h"
 #include "quorvex/errors.h"
+#include "recording_media.h"
 
 #include <cstring>
 
@@ -269,6 +271,87 @@ TEST_F(CameraTest, InitAfterShutdownStartsNewLoopsAndNeverMoreThanOnePair)
     }
 }
 
+TEST_F(CameraTest, TheAcquisitionLoopIsScheduledFirstAndBothAreGivenTheSession)
+{
+    struct Row
+    {
+        ZVK_PoolFunction function;
+        SessionHandle session;
+    };
+    static std::vector<Row> s_rows;
+    s_rows.clear();
+    ZVK_ThreadTable table = Threads();
+    table.schedule = [](ZVK_PoolFunction function, void *data, int *id) {
+        *id = static_cast<int>(s_rows.size()) + 1;
+        s_rows.push_back({function, *static_cast<SessionHandle *>(data)});
+        return 0;
+    };
+    UseThreads(&table);
+    Write({});
+    EXPECT_EQ(ZVK_Camera_Init(4711, 0, 0), ZVK_SUCCESS);
+    threads = std::make_unique<TestTimers>();
+    ASSERT_EQ(s_rows.size(), 2U);
+    EXPECT_EQ(s_rows[0].function, &ZVK_Camera_AcquireLoop);
+    EXPECT_EQ(s_rows[1].function, &ZVK_Camera_DisplayLoop);
+    EXPECT_EQ(s_rows[0].session, 4711U);
+    EXPECT_EQ(s_rows[1].session, 4711U);
+}
+
+TEST_F(CameraTest, WithSimulate1AnAcquisitionLoopThatHasNotBegunEndsAtOnce)
+{
+    BringUp();
+    const int acquire = threads->Scheduled().at(0);
+    ASSERT_EQ(ZVK_Camera_Shutdown(0), ZVK_SUCCESS);
+    clock.OnWait([] {
+        ADD_FAILURE() << "it waits for a frame";
+        CameraSet(&ZVK_CameraState::runAcquire, uint8_t{0});
+    });
+    threads->Run(acquire);
+    EXPECT_EQ(Get(&ZVK_CameraState::frameCount), 0);
+    EXPECT_EQ(Get(&ZVK_CameraState::acquireRunning), 0);
+}
+
+TEST_F(CameraTest, AFullShutdownEndsTheFramesThenTheRecordingThenThePictures)
+{
+    const RecordingMedia media;
+    BringUp({.simulate = "2"});
+    BeginLoops();
+    char path[4096] = "a.avi";
+    ASSERT_EQ(ZVK_Camera_SaveVideo(0, 1, path, 0), ZVK_SUCCESS);
+    std::vector<Sizes> seen;
+    clock.OnWait([&] {  // the wait for the last write
+        seen.push_back({Get(&ZVK_CameraState::runAcquire), Get(&ZVK_CameraState::recording),
+                        Get(&ZVK_CameraState::runDisplay), Get(&ZVK_CameraState::initialised),
+                        static_cast<int32_t>(threads->Scheduled().size())});
+    });
+    EXPECT_EQ(ZVK_Camera_Shutdown(0), ZVK_SUCCESS);
+    EXPECT_EQ(seen, (std::vector<Sizes>{{0, 0, 1, 1, 1}})) << "the display loop alone is left";
+    EXPECT_TRUE(media.Open().empty());
+}
+
+TEST_F(CameraTest, TheHandlesAreNullBeforeInitAndAfterAFullShutdownAlone)
+{
+    const auto handles = [] {
+        int some = 0;
+        void *display = &some;
+        void *overlay = &some;
+        EXPECT_EQ(ZVK_Camera_GetDisplayHandle(0, &display), ZVK_SUCCESS);
+        EXPECT_EQ(ZVK_Camera_GetUserOverlay(0, &overlay), ZVK_SUCCESS);
+        EXPECT_EQ(display == nullptr, overlay == nullptr);
+        return display;
+    };
+    EXPECT_EQ(handles(), nullptr);
+    BringUp();
+    const void *const first = handles();
+    EXPECT_NE(first, nullptr);
+    ASSERT_EQ(ZVK_Camera_Shutdown(0), ZVK_SUCCESS);
+    EXPECT_EQ(handles(), first) << "the images stay";
+    BringUp({.simulate = "2"});
+    EXPECT_EQ(handles(), first);
+    ASSERT_EQ(ZVK_Camera_Shutdown(0), ZVK_SUCCESS);
+    EXPECT_EQ(handles(), nullptr);
+}
+
 TEST_F(CameraTest, ThreadsThatAreNotToBeHadDoNotEndInit)
 {
     Write({});
@@ -277,6 +360,16 @@ TEST_F(CameraTest, ThreadsThatAreNotToBeHadDoNotEndInit)
     EXPECT_EQ(g_camera.acquireThreadId, 0);
     EXPECT_NE(g_camera.displayThreadId, 0);
     EXPECT_EQ(ZVK_Camera_Shutdown(0), ZVK_SUCCESS);
+}
+
+TEST_F(CameraTest, OfASensorWhoseHeightCanNotBeReadTheWidthCounts)
+{
+    Write({.nativeX = "300"}, {"NATIVERESOLUTION_Y"});
+    EXPECT_EQ(ZVK_Camera_Init(0, 0, 0), ZVK_SUCCESS);
+    EXPECT_EQ(Get(&ZVK_CameraState::nativeWidth), 300);
+    EXPECT_EQ(Get(&ZVK_CameraState::nativeHeight), 0);
+    EXPECT_EQ(AcquiredSize(), (Sizes{150, 0}));
+    EXPECT_TRUE(g_camera.acquiredImage.empty());
 }
 
 TEST_F(CameraTest, ASensorThatCanNotBeReadLeavesACameraWithoutFrames)

@@ -4,6 +4,8 @@
 
 #include "quorvex/errors.h"
 
+#include <thread>
+
 using Sizes = std::vector<int32_t>;
 
 class CameraLoops : public CameraTest
@@ -126,6 +128,63 @@ TEST_F(CameraLoops, TheViewIsScaledToTheWindow)
     EXPECT_EQ(PixelOf(g_camera.displayImage, 400, 300), (Pixel{0, 0, 0}));
 }
 
+TEST_F(CameraLoops, APictureSmallerThanItsFrameHasTheMeanOfEachArea)
+{
+    ASSERT_EQ(ZVK_Camera_Shutdown(0), ZVK_SUCCESS);
+    BringUp({.width = "64", .height = "64"});
+    BeginLoops();
+    Paint({0, 0, 0, 0});
+    for (int x = 0; x < 256; x += 4)
+        g_camera.acquiredImage.col(x).setTo(cv::Scalar(200, 100, 40));
+    ASSERT_TRUE(Acquire());
+    ASSERT_TRUE(Display());
+    EXPECT_EQ(PixelOf(g_camera.displayImage, 30, 30), (Pixel{50, 25, 10}));
+}
+
+TEST_F(CameraLoops, FramesAreStretchedOnlyWithoutSimulationAndForSomeMakesOrAutomatically)
+{
+    struct Row
+    {
+        int32_t simulate, backend;
+        uint8_t automatic;
+        Pixel shown;
+    };
+    const Pixel plain = {10, 20, 30};
+    const Pixel stretched = {17, 34, 51};  // 255 to 150
+    const Pixel automatic = {0, 128, 255};
+    const Row rows[] = {
+        {0, 2, 0, plain},      {0, 8, 0, stretched},  {0, 32, 0, stretched},
+        {0, 64, 0, stretched}, {0, 72, 0, stretched}, {0, 23, 0, plain},
+        {0, 2, 1, automatic},  {1, 104, 0, plain},    {1, 104, 1, plain},
+    };
+    for (const Row &row : rows) {
+        Paint({10, 20, 30, 0});
+        CameraSet(&ZVK_CameraState::simulate, 1);
+        ASSERT_TRUE(Acquire());
+        CameraSet(&ZVK_CameraState::simulate, row.simulate);
+        CameraSet(&ZVK_CameraState::backend, row.backend);
+        CameraSet(&ZVK_CameraState::autoContrast, row.automatic);
+        CameraSet(&ZVK_CameraState::contrastLow, 0.0);
+        CameraSet(&ZVK_CameraState::contrastHigh, 150.0);
+        ASSERT_TRUE(Display());
+        EXPECT_EQ(PixelOf(g_camera.displayImage, 400, 300), row.shown)
+            << row.simulate << " " << row.backend << " " << int{row.automatic};
+    }
+}
+
+TEST_F(CameraLoops, GraphicsOfTheLibraryAreDrawnOnlyWhileTheirSwitchIsOn)
+{
+    ASSERT_EQ(ZVK_Camera_SetFrameRate(0, 1), ZVK_SUCCESS);
+    for (const int on : {0, 1, 0}) {
+        ASSERT_EQ(ZVK_Camera_SetSDKOverlay(0, static_cast<uint16_t>(on)), ZVK_SUCCESS);
+        for (int i = 0; i < 20; ++i) {
+            ASSERT_TRUE(Acquire());
+            ASSERT_TRUE(Display());
+        }
+        EXPECT_EQ(cv::countNonZero(g_camera.displayImage.reshape(1)) > 0, on != 0);
+    }
+}
+
 TEST_F(CameraLoops, AViewWithoutPixelsKeepsTheLastPicture)
 {
     Paint({10, 20, 30, 0});
@@ -239,24 +298,51 @@ TEST_F(CameraLoops, TheDisplayLoopSetsItsFlagsRunsAndClearsThem)
     EXPECT_EQ(Get(&ZVK_CameraState::frameConsumed), 1);
 }
 
-TEST_F(CameraLoops, FramesThatComeWhileImagesAreExchangedAreNotCounted)
+TEST_F(CameraLoops, EachStartOfTheLoopMeasuresItsRateAnew)
+{
+    for (int i = 0; i < 15; ++i)
+        ASSERT_TRUE(Acquire());
+    int frames = 0;
+    clock.OnWait([&] {
+        if (++frames == 5) CameraSet(&ZVK_CameraState::runAcquire, uint8_t{0});
+    });
+    EXPECT_EQ(ZVK_Camera_AcquireLoop(nullptr), 0);
+    EXPECT_EQ(Get(&ZVK_CameraState::frameCount), 20);
+    EXPECT_NEAR(Get(&ZVK_CameraState::framesPerSecond), 5 * 50.0 / 20, 1e-6);
+}
+
+TEST_F(CameraLoops, FramesAtTheSameMomentAddNothingToTheRate)
+{
+    ASSERT_TRUE(Acquire());
+    for (int i = 1; i < 20; ++i) {
+        clock.Advance(-0.02);
+        ASSERT_TRUE(Acquire());
+    }
+    EXPECT_NEAR(Get(&ZVK_CameraState::framesPerSecond), 1.0 / 0.42 / 20, 1e-6);
+}
+
+TEST_F(CameraLoops, ALoopWithoutSimulationThatIsToldToEndCountsNoFrame)
+{
+    CameraSet(&ZVK_CameraState::simulate, 0);
+    std::thread client([] {
+        for (int i = 0; i < 1000; ++i)
+            std::this_thread::yield();  // the loop comes to wait for a frame
+        CameraSet(&ZVK_CameraState::runAcquire, uint8_t{0});
+        CameraChanged();
+    });
+    while (Acquire()) {
+    }
+    client.join();
+    EXPECT_EQ(Get(&ZVK_CameraState::frameCount), 0);
+    EXPECT_EQ(clock.Delays().size(), 2U) << "those of the start";
+}
+
+TEST_F(CameraLoops, AfterAnExchangeFramesOfTheNewSizeFillTheSameWindow)
 {
     ASSERT_TRUE(Acquire());
     ASSERT_TRUE(Display());
-    int passes = 0;
-    clock.OnWait([&] {
-        if (Get(&ZVK_CameraState::buffersRebuilding) == 0 || passes > 0) return;
-        ++passes;
-        // A pass waits here until the exchange is over; a loop that is told to end does not.
-        CameraSet(&ZVK_CameraState::runAcquire, uint8_t{0});
-        CameraSet(&ZVK_CameraState::frameReady, uint8_t{1});
-        EXPECT_FALSE(AcquirePass());
-        CameraSet(&ZVK_CameraState::runAcquire, uint8_t{1});
-        EXPECT_EQ(Get(&ZVK_CameraState::frameCount), 1);
-    });
     int32_t number = 0;
     ASSERT_EQ(ZVK_Camera_SetROI(0, 2, 1, &number, &number), ZVK_SUCCESS);
-    EXPECT_EQ(passes, 1);
     EXPECT_EQ(AcquiredSize(), (Sizes{128, 128}));
     ASSERT_TRUE(Acquire());
     ASSERT_TRUE(Display());
