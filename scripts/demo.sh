@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and runs the demo: a few seconds of a real session, and its picture.
+# Installs what is missing, builds, and runs the demo: a few seconds of a real session, its pictures and a video.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

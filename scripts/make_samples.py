@@ -13,7 +13,8 @@ from fractions import Fraction
 from pathlib import Path
 
 ORDER = 3
-FIELD = (80.0, 720.0, 60.0, 540.0)  # xMin, xMax, yMin, yMax in pixels
+# Of each path: xMin, xMax, yMin, yMax in pixels.
+FIELDS = [(80.0, 720.0, 60.0, 540.0), (96.0, 704.0, 72.0, 528.0)]
 
 # Terms of volts to pixels: X = sum of c * x^i * y^j, Y = sum of c * y^i * x^j, by (i, j).
 INVERSE = [
@@ -79,7 +80,7 @@ def fit(points, values):
 
 
 def section(path):
-    x_min, x_max, y_min, y_max = FIELD
+    x_min, x_max, y_min, y_max = FIELDS[path]
     pixels = [(x_min + (x_max - x_min) * a / 12, y_min + (y_max - y_min) * b / 9)
               for a in range(13) for b in range(10)]
     volts = [to_volts(path, px, py) for px, py in pixels]
@@ -91,7 +92,7 @@ def section(path):
     for name, table in (("AX", ax), ("AY", ay), ("AXI", axi), ("AYI", ayi)):
         for k, c in enumerate(table):
             lines[f"{name}{k}"] = "%.16g" % c
-    for name, c in zip(("CALXMIN", "CALXMAX", "CALYMIN", "CALYMAX"), FIELD):
+    for name, c in zip(("CALXMIN", "CALXMAX", "CALYMIN", "CALYMAX"), FIELDS[path]):
         lines[name] = "%.16g" % c
     return [f"[GALVO {path}]"] + [f"{k} = {lines[k]}" for k in sorted(lines)] + [""]
 

@@ -13,7 +13,15 @@ struct Point
     double y = 0.0;
 };
 
-// One trap: the way it was sent, and where it was at each look, in pixels.
+// A trap as its client knows it.
+struct Trap
+{
+    int32_t path = 0;
+    int32_t index = 0;
+    std::string label;
+};
+
+// One trap's story: the way it was sent, and where it was at each look, in pixels.
 struct Track
 {
     int32_t path = 0;
@@ -33,6 +41,13 @@ struct Block
     std::vector<std::string> labels[2];  // by slot, for each path
 };
 
+// Where the camera's picture and its video go.
+struct CameraFiles
+{
+    std::string picture;
+    std::string video;
+};
+
 struct SessionResult
 {
     bool failed = false;
@@ -44,8 +59,26 @@ struct SessionResult
 };
 
 // Brings up the session of the instrument folder that ZVK_COMMON_APPDATA names, works it and prints
-// what it did. `folder` is where the objective file goes.
-SessionResult WorkSession(const std::string &title, const std::string &folder);
+// what it did. `folder` is where the objective file goes; `camera` where the camera's files go,
+// null when there shall be none.
+SessionResult WorkSession(const std::string &title, const std::string &folder,
+                          const CameraFiles *camera);
+
+// Records the traps on their way and saves the camera's picture of them, with trap circles, labels,
+// both fields and a client's graphics. False when a call failed.
+bool WorkCamera(const std::vector<Trap> &traps, double pixelsPerMicrometre,
+                const CameraFiles &files);
+
+// What was found in a video.
+struct VideoFacts
+{
+    int frames = 0;
+    double rate = 0.0;  // frames a second
+    bool drawn = false;
+};
+
+// Reads the video back and puts some of its frames beside each other.
+VideoFacts DrawStrip(const std::string &video, const std::string &file);
 
 // Draws the block and the tracks. False when the file could not be written.
 bool DrawPicture(const SessionResult &session, const std::string &file);
@@ -63,6 +96,25 @@ bool WorkStage();
 // Works the beam expanders of a session that is up: both paths at once, then path A back. False
 // when a call failed.
 bool WorkBeamExpanders();
+
+// -- traps (traps.cpp) --
+
+struct SeenTrap
+{
+    std::string label;
+    Point at;  // pixels
+};
+
+// Where the mirrors hold the traps of a path now, newest first; none when that can't be told.
+std::vector<SeenTrap> SeeTraps(int32_t path);
+Point VoltsOf(const Trap &trap);
+bool AllStand(const std::vector<Trap> &traps);
+
+// The corners of a five-pointed star, once round, in volts.
+std::vector<Point> StarFrom(const Point &start);
+// Sends a trap once along corners in volts, and tells its speed in V/s. The status of the last
+// call.
+int32_t RunAlong(const Trap &trap, const std::vector<Point> &corners, double *speed);
 
 // -- what the person sees (report.cpp) --
 

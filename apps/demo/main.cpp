@@ -42,7 +42,7 @@ static int Usage()
     std::fputs("usage: quorvex-demo SAMPLES CARD OUT\n"
                "  SAMPLES  the folder with the instrument folders simulated/ and virtual/\n"
                "  CARD     the virtual DAQ card's library\n"
-               "  OUT      where to work and to leave the picture\n",
+               "  OUT      where to work and to leave the pictures and the video\n",
                stderr);
     return 2;
 }
@@ -77,7 +77,7 @@ static bool FitToVirtualInstrument(int32_t stagePort)
 }
 
 static SessionResult WorkIn(const Options &options, const char *kind, const std::string &title,
-                            int32_t stagePort)
+                            int32_t stagePort, const CameraFiles *camera)
 {
     SessionResult failed;
     failed.failed = true;
@@ -88,7 +88,7 @@ static SessionResult WorkIn(const Options &options, const char *kind, const std:
         std::fputs("The copied config.ini could not be written.\n", stderr);
         return failed;
     }
-    return WorkSession(title, (folder / "ZVK640").string());
+    return WorkSession(title, (folder / "ZVK640").string(), camera);
 }
 
 // A session in a process of its own: the force calibration comes up once in a process. False when
@@ -97,7 +97,7 @@ static bool WorkAlone(const Options &options, const char *kind, const std::strin
 {
     std::fflush(stdout);
     const pid_t child = fork();
-    if (child == 0) std::exit(WorkIn(options, kind, title, 0).failed ? 1 : 0);
+    if (child == 0) std::exit(WorkIn(options, kind, title, 0, nullptr).failed ? 1 : 0);
     int status = -1;
     return child > 0 && waitpid(child, &status, 0) == child && status == 0;
 }
@@ -130,9 +130,20 @@ static void OfferDetectors(const Options &options)
     setenv("ZVK_VIRTUAL_DETECTOR_LOG", (options.out / kDetectorLog).c_str(), 1);
 }
 
+// The folder in which the library puts videos that it names by itself: here, and not among those of
+// the person who runs the demo.
+static void OfferVideosFolder(const Options &options)
+{
+    std::error_code error;
+    fs::create_directories(options.out, error);
+    std::ofstream(options.out / "user-dirs.dirs")
+        << "XDG_VIDEOS_DIR=\"" << options.out.string() << "\"\n";
+    setenv("XDG_CONFIG_HOME", options.out.c_str(), 1);
+}
+
 // The hardware path, with the laser's interlock at the card's line and what each device was told
 // behind the session.
-static SessionResult WorkOnVirtualInstrument(const Options &options)
+static SessionResult WorkOnVirtualInstrument(const Options &options, const CameraFiles &camera)
 {
     constexpr uint32_t kInterlockLine = 16;
     constexpr int kPort = 7;
@@ -150,7 +161,7 @@ static SessionResult WorkOnVirtualInstrument(const Options &options)
     setenv("ZVK_SERIAL_PORTS", ports.c_str(), 1);
     SessionResult result =
         WorkIn(options, "virtual", "Session 2 of 2: the hardware path, on the virtual instrument",
-               stage.Port());
+               stage.Port(), &camera);
     PrintTitle("What the second card's outputs were told");
     PrintWrittenVolts("SUBDAQ/ao0");
     PrintWrittenVolts("SUBDAQ/ao1");
@@ -168,6 +179,24 @@ static SessionResult WorkOnVirtualInstrument(const Options &options)
     return result;
 }
 
+// Draws what isn't there yet, and names all that the demo leaves.
+static bool LeavePictures(const Options &options, const SessionResult &session,
+                          const CameraFiles &camera)
+{
+    const std::string paths = (options.out / "demo.png").string();
+    const std::string strip = (options.out / "video.png").string();
+    const VideoFacts video = DrawStrip(camera.video, strip);
+    const bool drawn = DrawPicture(session, paths);
+    PrintTitle("What the demo leaves");
+    const std::string clip = Format("a video, %.1f s of %d frames",
+                                    video.rate > 0 ? video.frames / video.rate : 0.0, video.frames);
+    PrintStep("voltages and paths of the traps", drawn ? paths : "FAILED");
+    PrintStep("the camera's picture of them", camera.picture);
+    PrintStep(clip, camera.video);
+    PrintStep("some frames of it", video.drawn ? strip : "FAILED");
+    return drawn && video.drawn;
+}
+
 static int Run(int argc, char **argv)
 {
     if (argc != 4) return Usage();
@@ -181,18 +210,17 @@ static int Run(int argc, char **argv)
     }
     setenv("ZVK_DAQMX_LIBRARY", options.card.c_str(), 1);
     OfferDetectors(options);
+    OfferVideosFolder(options);
 
     std::puts("Quorvex drives the ZVK640 optical trapping instrument. This demo works one session\n"
               "twice, with no instrument on the desk.");
     const bool simulated =
         WorkAlone(options, "simulated", "Session 1 of 2: the simulated instrument");
-    const SessionResult card = WorkOnVirtualInstrument(options);
-
-    const fs::path picture = options.out / "demo.png";
-    const bool drawn = !card.failed && DrawPicture(card, picture.string());
-    std::puts("");
-    if (drawn) std::printf("The picture: %s\n", picture.c_str());
-    if (!simulated || card.failed || !drawn) {
+    const CameraFiles camera = {(options.out / "camera.png").string(),
+                                (options.out / "camera.mp4").string()};
+    const SessionResult card = WorkOnVirtualInstrument(options, camera);
+    const bool left = !card.failed && LeavePictures(options, card, camera);
+    if (!simulated || card.failed || !left) {
         std::puts("The demo failed: the lines marked FAILED tell where.");
         return 1;
     }

@@ -226,7 +226,11 @@ static void DrawTrack(cairo_t *c, const Track &track, Colour colour, const Scale
     Use(c, colour);
     cairo_set_line_width(c, 3);
     cairo_stroke(c);
-    TextWithHalo(c, px.At(last.x) + 14, py.At(last.y) - 10, 13, colour, track.label);
+    // Below the ring where the way comes from the upper right, on which the name would stand.
+    const Point &from = track.planned.empty() ? last : track.planned.front();
+    const bool below = from.x > last.x && from.y < last.y;
+    TextWithHalo(c, px.At(last.x) + 14, py.At(last.y) + (below ? 18 : -10), 13, colour,
+                 track.label);
 }
 
 static void DrawScaleBar(cairo_t *c, const SessionResult &session, const Scale &px, double x,
@@ -256,7 +260,7 @@ static void DrawLegend(cairo_t *c, const Box &box, const SessionResult &session)
     cairo_set_dash(c, dashes, 2, 0);
     Line(c, x, box.y - 4, x + 34, box.y - 4, 1.5);
     cairo_set_dash(c, nullptr, 0, 0);
-    Text(c, x + 42, box.y, 12.5, kInk, "calibrated field");
+    Text(c, x + 42, box.y, 12.5, kInk, "calibrated field A");
     for (int32_t path : {0, 1}) {
         x += path == 0 ? 190 : 170;
         Use(c, ColourOf(path, 0));

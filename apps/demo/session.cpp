@@ -14,17 +14,9 @@
 
 constexpr SessionHandle kSession = 640;
 constexpr int kMostTraps = 16;
-constexpr int kLabelSize = 257;
 constexpr auto kLook = std::chrono::milliseconds(25);
 
 namespace {
-
-struct Trap
-{
-    int32_t path;
-    int32_t index;
-    std::string label;
-};
 
 // A session that is being worked.
 struct Work
@@ -77,19 +69,10 @@ static Track &TrackOf(Work &work, int32_t path, const std::string &label)
 static void Look(Work &work)
 {
     for (int32_t path : {ZVK_PATH_A, ZVK_PATH_B}) {
-        int32_t count = 0;
-        if (ZVK_Trap_GetNumberOfTraps(kSession, path, &count) < 0 || count > kMostTraps) continue;
-        double x[kMostTraps];
-        double y[kMostTraps];
-        char room[kMostTraps][kLabelSize];
-        char *labels[kMostTraps];
-        for (int i = 0; i < kMostTraps; ++i)
-            labels[i] = room[i];
-        if (ZVK_Trap_GetArray(kSession, path, x, y, nullptr, labels, ZVK_UNIT_PIXEL) < 0) continue;
-        for (int32_t i = 0; i < count; ++i) {
-            std::vector<Point> &seen = TrackOf(work, path, labels[i]).seen;
-            if (seen.empty() || seen.back().x != x[i] || seen.back().y != y[i])
-                seen.push_back({x[i], y[i]});
+        for (const SeenTrap &trap : SeeTraps(path)) {
+            std::vector<Point> &seen = TrackOf(work, path, trap.label).seen;
+            if (seen.empty() || seen.back().x != trap.at.x || seen.back().y != trap.at.y)
+                seen.push_back(trap.at);
         }
     }
 }
@@ -110,13 +93,6 @@ static void Plan(Work &work, const Trap &trap, const std::vector<Point> &volts, 
             track.planned.push_back(p);
         }
     }
-}
-
-static Point VoltsOf(const Trap &trap)
-{
-    Point p;
-    (void)ZVK_Trap_GetPosition(kSession, trap.path, trap.index, &p.x, &p.y, ZVK_UNIT_VOLT);
-    return p;
 }
 
 // Traps are known by the second in which they were made: two of one path need two seconds.
@@ -185,13 +161,7 @@ static void WatchUntilAllStand(Work &work, const std::string &what, double secon
     bool moving = true;
     bool caught = false;
     while (moving) {
-        moving = false;
-        for (const Trap &trap : work.traps) {
-            int32_t mode = ZVK_MOVE_STAND;
-            int32_t running = 0;
-            (void)ZVK_Trap_GetMoveType(kSession, trap.path, trap.index, &mode, &running);
-            if (mode != ZVK_MOVE_STAND) moving = true;
-        }
+        moving = !AllStand(work.traps);
         Look(work);
         const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
         if (catchBlock && !caught && passed.count() > seconds / 3) {
@@ -306,30 +276,13 @@ static void JumpInMicrometres(Work &work, const Trap &trap, double x, double y)
     TrackOf(work, trap.path, trap.label).jumped = true;
 }
 
-// A five-pointed star, once round, from where the trap is.
 static void RunStar(Work &work, const Trap &trap)
 {
-    constexpr int kPoints = 6;
-    constexpr double kRadius = 0.5;  // V
-    const Point start = VoltsOf(trap);
-    double x[kPoints];
-    double y[kPoints];
-    std::vector<Point> corners;
-    for (int i = 0; i < kPoints; ++i) {
-        const double angle = 2.0 * i * 2.0 * M_PI / 5.0;
-        x[i] = start.x + kRadius * (std::cos(angle) - 1.0);
-        y[i] = start.y + kRadius * std::sin(angle);
-        corners.push_back({x[i], y[i]});
-    }
+    const std::vector<Point> corners = StarFrom(VoltsOf(trap));
     double speed = 0;
-    double frequency = 0;
-    int32_t status = ZVK_Trap_SetTrajectory(kSession, trap.path, trap.index, kPoints, x, y, &speed);
-    if (status >= 0) {
-        status = ZVK_Trap_TrajectoryRun(kSession, trap.path, trap.index, 1, ZVK_MOVE_ONCE,
-                                        ZVK_WAVEFORM_LINEAR, &frequency);
-    }
+    const int32_t status = RunAlong(trap, corners, &speed);
     Done(work, Format("run a star with \"%s\"", trap.label.c_str()), status,
-         Format("%d points at %.2f V/s", kPoints, speed));
+         Format("%zu points at %.2f V/s", corners.size(), speed));
     Plan(work, trap, corners, "ran a trajectory, once");
 }
 
@@ -380,7 +333,8 @@ static size_t OrderOf(const Work &work, const Track &track)
     return static_cast<size_t>(track.path) * kMostTraps + static_cast<size_t>(slot);
 }
 
-SessionResult WorkSession(const std::string &title, const std::string &folder)
+SessionResult WorkSession(const std::string &title, const std::string &folder,
+                          const CameraFiles *camera)
 {
     Work work;
     PrintTitle(title);
@@ -407,6 +361,8 @@ SessionResult WorkSession(const std::string &title, const std::string &folder)
     WatchUntilAllStand(work, "watch until every trap stands", 0.5, true);
     ListTraps(work);
 
+    if (camera && !WorkCamera(work.traps, work.result.pixelsPerMicrometre, *camera))
+        work.result.failed = true;
     SaveAndLoadObjective(work, folder);
     PrintWarnings();
     std::sort(work.result.tracks.begin(), work.result.tracks.end(),
