@@ -465,6 +465,15 @@ TEST_F(DaqCardOutput, AnOutputCanBeFollowedThroughItsRun)
     for (size_t i = 1; i <= 120; ++i)
         EXPECT_DOUBLE_EQ(seen[i], static_cast<double>(i - 1) * 1e-3) << i;
     EXPECT_DOUBLE_EQ(seen[129], 0.119);  // lies ahead
+    // Between the samples, backwards too, and from far behind the present run.
+    ASSERT_EQ(ZVC_CopyVoltsAt("Dev1/ao0", 0.0101, 0.4e-3, 130, seen.data()), ZVC_OK);
+    for (size_t i = 0; i < 130; ++i)
+        EXPECT_DOUBLE_EQ(seen[i], static_cast<double>((101 + 4 * i) / 10 - 1) * 1e-3) << i;
+    ASSERT_EQ(ZVC_CopyVoltsAt("Dev1/ao0", 0.1249, -1.2e-3, 105, seen.data()), ZVC_OK);
+    for (size_t i = 0; i < 105; ++i) {
+        const size_t played = std::min<size_t>(1249 >= 12 * i ? (1249 - 12 * i) / 10 : 0, 120);
+        EXPECT_DOUBLE_EQ(seen[i], played == 0 ? 0.0 : static_cast<double>(played - 1) * 1e-3) << i;
+    }
     EXPECT_EQ(ZVC_CopyVoltsAt("Dev1/ao0", std::nan(""), 1.0, 1, seen.data()), ZVC_BAD_ARGUMENT);
     EXPECT_EQ(ZVC_CopyVoltsAt(nullptr, 0.0, 1.0, 1, seen.data()), ZVC_BAD_ARGUMENT);
 }

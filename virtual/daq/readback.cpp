@@ -93,11 +93,11 @@ static size_t ChannelIndex(const Task &task, const std::string &key)
     return static_cast<size_t>(place - task.channels.begin());
 }
 
-// The value of a moment in the present run of the task that drives the output.
-static double VoltsAt(const Card &card, const Task &task, size_t channel, CardTime time)
+// The value once so many samples of the present run have played, as far as it has come.
+static double VoltsBehind(const Card &card, const Task &task, size_t channel, uint64_t samples)
 {
     const OutputTrack &track = *task.channels[channel].track;
-    const uint64_t count = std::min(CountAt(task, time), task.moved);
+    const uint64_t count = std::min(samples, task.moved);
     if (count == 0) return track.voltsBefore;
     if (count == task.moved) return track.volts;
     if (Regenerates(task))
@@ -105,6 +105,43 @@ static double VoltsAt(const Card &card, const Task &task, size_t channel, CardTi
     const uint64_t sample = track.written - task.written + count - 1;
     return IsKept(card, track, sample) ? Kept(card, track, sample) : track.volts;
 }
+
+namespace {
+
+// Values of an output at moments that mostly follow one another: its clock is looked at only when
+// one of its samples has begun or ended in between.
+class VoltsInTime
+{
+public:
+    VoltsInTime(const Card &card, const Task &task, size_t channel)
+        : m_card(card), m_task(task), m_channel(channel)
+    {
+    }
+
+    double At(CardTime time)
+    {
+        if (time < m_from || time >= m_to) Find(time);
+        return m_volts;
+    }
+
+private:
+    void Find(CardTime time)
+    {
+        const uint64_t count = CountAt(m_task, time);
+        m_from = count == 0 ? 0 : TimeOfCount(m_task, count);
+        m_to = TimeOfCount(m_task, count + 1);
+        m_volts = VoltsBehind(m_card, m_task, m_channel, count);
+    }
+
+    const Card &m_card;
+    const Task &m_task;
+    size_t m_channel;
+    CardTime m_from = 0;
+    CardTime m_to = 0;
+    double m_volts = 0.0;
+};
+
+}  // namespace
 
 int32_t ZVC_CopyVoltsAt(const char *channel, double firstS, double stepS, uint32_t count,
                         double *volts)
@@ -117,10 +154,10 @@ int32_t ZVC_CopyVoltsAt(const char *channel, double firstS, double stepS, uint32
         const Task *task = FindRunning(card, channel);
         if (!task || !task->channels.front().track) return int32_t{ZVC_OK};
         const size_t index = ChannelIndex(*task, TerminalKey(channel));
+        VoltsInTime output(card, *task, index);
         for (uint32_t i = 0; i < count; ++i) {
             // One nanosecond on: a moment that is told in seconds may fall short of its sample.
-            const CardTime time = FromSeconds(firstS + i * stepS) + 1;
-            volts[i] = VoltsAt(card, *task, index, time);
+            volts[i] = output.At(FromSeconds(firstS + i * stepS) + 1);
         }
         return int32_t{ZVC_OK};
     });
