@@ -4,6 +4,7 @@
 #include "quorvex-virtual/beads.h"
 
 #include "motion.h"
+#include "normal.h"
 #include "stage_view.h"
 
 #include "quorvex-virtual/daq.h"
@@ -159,7 +160,7 @@ static void AddNoise(BeadPlace &place, double deviation, std::vector<double> &vo
 {
     if (deviation <= 0.0) return;
     for (double &sample : volts)
-        sample += deviation * place.normal(place.random);
+        sample += deviation * Normal(place.random);
 }
 
 static void Make(VirtualBeads::Inside &inside, int number, const ZVC_Block &block)

@@ -1,5 +1,7 @@
 #include "motion.h"
 
+#include "normal.h"
+
 #include <cmath>
 
 BeadStep StepOver(const BeadAxis &axis, double seconds)
@@ -19,12 +21,12 @@ void AddJitter(BeadPlace &place, const BeadAxis &axis, double firstS, double ste
     const BeadStep step = StepOver(axis, stepS);
     for (size_t i = 0; i < metres.size(); ++i) {
         if (i > 0 || (goesOn && place.begun)) {
-            place.jitter = step.keep * place.jitter + step.kick * place.normal(place.random);
+            place.jitter = step.keep * place.jitter + step.kick * Normal(place.random);
         } else if (!place.begun || firstS < place.timeS) {
-            place.jitter = axis.deviation * place.normal(place.random);
+            place.jitter = axis.deviation * Normal(place.random);
         } else {
             const BeadStep pause = StepOver(axis, firstS - place.timeS);
-            place.jitter = pause.keep * place.jitter + pause.kick * place.normal(place.random);
+            place.jitter = pause.keep * place.jitter + pause.kick * Normal(place.random);
         }
         metres[i] += place.jitter;
     }

@@ -34,7 +34,6 @@ struct BeadPlace
     double dragged = 0.0;  // m
     double stage = 0.0;    // m
     std::mt19937_64 random;
-    std::normal_distribution<double> normal;
 };
 
 // Goes on from where the bead was to `firstS` and takes a step of `stepS` seconds from each
