@@ -9,6 +9,7 @@
 #include "quorvex/stage.h"
 
 #include <algorithm>
+#include <cmath>
 
 constexpr double kScanRate = 100000.0;  // hertz
 constexpr double kScanTimeoutS = 10.0;
@@ -74,7 +75,8 @@ int32_t ZVK_ForceCal_LineScan(SessionHandle SessionHandle, int32_t Path, int32_t
     ScanSamples samples;
     for (int32_t i = 0; i < steps; ++i) {
         const double target = i * step + first;
-        (void)ZVK_Stage_MoveAbsolute(SessionHandle, Axis, target);
+        // A scan of one step has no target that is a number: the stage stays.
+        if (std::isfinite(target)) (void)ZVK_Stage_MoveAbsolute(SessionHandle, Axis, target);
         data.LSPosition[Axis][i] = target;
         data.LSData[Axis][i] = MeasureStep(SessionHandle, Path, Axis, samples);
     }

@@ -202,6 +202,53 @@ TEST_F(ForceCalFiles, TheSiblingKitHasThreeFilesOfItsOwn)
                   "5.000000000000e-01 2.500000000000e-01 0.000000000000e+00 0.000000000000e+00\n");
 }
 
+TEST_F(ForceCalFiles, TheLineScansRowsHoldBothAxesAsManyAsTheFirstHas)
+{
+    ZVK_ForceCalDataContainer &data = Still(0);
+    for (int axis = 0; axis < 2; ++axis) {
+        data.LSEntries[axis] = axis == 0 ? 2 : 3;
+        ASSERT_TRUE(RenewArrays({&data.LSData[axis], &data.LSPosition[axis]}, 3));
+        for (int k = 0; k < 3; ++k) {
+            data.LSPosition[axis][k] = axis + 0.25 * k;
+            data.LSData[axis][k] = -axis - 0.5 * k;
+        }
+    }
+    data.LSAveragesRecorded = 12;
+    ASSERT_EQ(ZVK_ForceCal_SaveDataRWQS(0, base.c_str()), 0);
+    EXPECT_EQ(folder.Read("run_LSdat"),
+              std::string(kRule) + "# Number of Samples: 2\n# Number of Averages: 12\n" + kRule +
+                  "0.000000000000e+00 0.000000000000e+00 1.000000000000e+00 -1.000000000000e+00\n"
+                  "2.500000000000e-01 -5.000000000000e-01 1.250000000000e+00 "
+                  "-1.500000000000e+00\n");
+}
+
+TEST_F(ForceCalFiles, AllFilesAreOpenedBeforeTheFirstIsWrittenOrRead)
+{
+    std::vector<std::string> names;
+    for (const char *domain : {"TD", "FD"}) {
+        for (const char *run : {"Ax", "Ay", "Az", "An", "Bx", "By", "Bz", "Bn"})
+            names.push_back(std::string("run_") + domain + run + "dat");
+    }
+    const auto opened = [](const FailingFiles &files, const char *until) {
+        std::vector<std::string> list;
+        for (const std::string &call : files.Calls()) {
+            if (call.rfind(until, 0) == 0) break;
+            if (call.rfind("open ", 0) == 0) list.push_back(call.substr(5, call.find('~') - 5));
+        }
+        return list;
+    };
+    {
+        const FailingFiles files;
+        ASSERT_EQ(Save(), 0);
+        EXPECT_EQ(opened(files, "write"), names);
+    }
+    const FailingFiles files;
+    ASSERT_EQ(Load(), 0);
+    for (std::string &name : names)
+        name += " read";
+    EXPECT_EQ(opened(files, "read"), names);
+}
+
 TEST_F(ForceCalFiles, AFileThatCantBeOpenedIsAStatusAndNothingIsRead)
 {
     EXPECT_EQ(Load(), ZVK_FORCECAL_FILE_FAILED);

@@ -3,6 +3,7 @@
 #include "forcecal_fixture.h"
 
 #include "failing_memory.h"
+#include "numerics/curve_fit.h"
 
 #include <cmath>
 #include <limits>
@@ -58,6 +59,95 @@ TEST_F(ForceCalFit, NoiseFreeSpectraGiveTheirCornerAndAmplitudeToNineDigits)
         }
         EXPECT_EQ(Data().FDFitValid, 1);
     }
+}
+
+TEST_F(ForceCalFit, FindsCornersFarApartOnSpectraShortAndLong)
+{
+    for (const double time : {0.125, 1.0, 4.0}) {
+        for (const double corner : {15.0, 60.0, 350.0, 1500.0, 3000.0}) {
+            g_forceCal.FitStopFrequency = 1250.0 / time;
+            PutSpectrum(Data(), Lorentz(5000, 2.5, corner, time), time);
+            ASSERT_EQ(ZVK_ForceCal_CreateFDFit(&Data()), 0);
+            EXPECT_NEAR(Data().CornerFrequency[0] / corner, 1.0, 1e-9) << time << " " << corner;
+            EXPECT_NEAR(Data().LorentzAmplitude[0] / 2.5, 1.0, 1e-9) << time << " " << corner;
+        }
+    }
+}
+
+TEST_F(ForceCalFit, EachSignalHasItsOwnSpectrumStartAndFit)
+{
+    const double corners[3] = {130.0, 260.0, 520.0};
+    const double amplitudes[3] = {1.0, 1e-3, 50.0};
+    PutSpectrum(Data(), std::vector<double>(3000, 0.0), 1.0);
+    for (int s = 0; s < 3; ++s) {
+        const std::vector<double> power = Lorentz(3000, amplitudes[s], corners[s], 1.0);
+        std::copy(power.begin(), power.end(), Data().FD[s]);
+    }
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFit(&Data()), 0);
+    for (int s = 0; s < 3; ++s) {
+        EXPECT_NEAR(Data().CornerFrequency[s] / corners[s], 1.0, 1e-9);
+        EXPECT_NEAR(Data().LorentzAmplitude[s] / amplitudes[s], 1.0, 1e-9);
+        EXPECT_NEAR(Data().FDFitCurve[s][100] / Data().FD[s][111], 1.0, 1e-9);
+        // 1 / (f^2 + c^2) has fallen to 0.3 of a level plateau at 1.53 corners.
+        EXPECT_GT(Data().CornerStart[s] / corners[s], 1.52);
+        EXPECT_LT(Data().CornerStart[s] / corners[s], 1.75);
+    }
+}
+
+TEST_F(ForceCalFit, OnePointLeavesTheStartOf100AndTheFoundCorner)
+{
+    g_forceCal.FitStartFrequency = 10.5;
+    g_forceCal.FitStopFrequency = 11.5;
+    PutSpectrum(Data(), Lorentz(1000, 3.0, 50.0, 1.0), 1.0);
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFit(&Data()), 0);
+    EXPECT_EQ(Data().NumberOfFitEntries, 1);
+    EXPECT_NEAR(Data().LorentzAmplitude[0], 100.0 * Data().FD[0][11], 1e-12);
+    EXPECT_GT(Data().CornerStart[0], 100.0);
+    EXPECT_EQ(Data().CornerFrequency[0], Data().CornerStart[0]);
+}
+
+// A spectrum that rises has its best corner at infinity: the fit creeps there and never ends.
+TEST_F(ForceCalFit, OfASpectrumThatHasNoCornerEndsBehind100Iterations)
+{
+    std::vector<double> power;
+    for (int k = 0; k < 1000; ++k)
+        power.push_back(1.0 + 1e-6 * k * k);
+    PutSpectrum(Data(), power, 1.0);
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFit(&Data()), 0);
+    const auto values = [](const double *x, int32_t count, const double *a, double *out) {
+        for (int32_t i = 0; i < count; ++i)
+            out[i] = ZVK_ForceCal_Lorentzian(x[i], a, 2);
+    };
+    const auto gradients = [](const double *x, int32_t count, const double *a, double *out) {
+        for (int32_t i = 0; i < count; ++i) {
+            const double part = 1.0 / (x[i] * x[i] + a[1] * a[1]);
+            out[i] = part;
+            out[count + i] = -2.0 * a[0] * a[1] * part * part;
+        }
+    };
+    const int32_t count = Data().NumberOfFitEntries;
+    std::vector<double> fitted(count);
+    const auto cornerBehind = [&](int32_t iterations) {
+        double a[2] = {100.0, Data().CornerStart[0]};
+        (void)FitCurve({Data().FDFitAxis, Data().FDFitData[0], count}, {values, gradients, 2},
+                       iterations, a, fitted.data());
+        return std::fabs(a[1]);
+    };
+    EXPECT_NEAR(Data().CornerFrequency[0] / cornerBehind(100), 1.0, 1e-6);
+    EXPECT_GT(std::fabs(cornerBehind(50) / cornerBehind(100) - 1.0), 1e-3);
+    EXPECT_GT(std::fabs(cornerBehind(200) / cornerBehind(100) - 1.0), 1e-3);
+}
+
+TEST_F(ForceCalFit, AtFrequencyZeroWithoutAStartNoNumberIsLost)
+{
+    g_forceCal.FitStartFrequency = -1.0;  // bin 0 is inside
+    PutSpectrum(Data(), std::vector<double>(8, 1.0), 1.0);
+    Data().OscFrequency = -5.0;
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFit(&Data()), 0);
+    EXPECT_EQ(Data().NumberOfFitEntries, 8);
+    EXPECT_EQ(Data().CornerFrequency[0], 0.0);
+    EXPECT_EQ(Data().LorentzAmplitude[0], 100.0) << "the start stands";
+    EXPECT_FALSE(std::isnan(Data().FitMSE[0]));
 }
 
 TEST_F(ForceCalFit, TakesBinsStrictlyInsideTheRangeWithoutTheOscillation)
@@ -161,6 +251,12 @@ TEST_F(ForceCalFit, ThePlateauIsBin1To100HertzIncluded)
     ASSERT_EQ(ZVK_ForceCal_CreateFDFitHeuristics(&Data()), 0);
     EXPECT_NEAR(Data().LowFrequencyPower[0], 2.0, 1e-12);
     EXPECT_EQ(Data().CornerStart[0], 102.0);
+    power[100] = 0.0;
+    power[101] = 0.0;
+    PutSpectrum(Data(), power, 1.0);
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFitHeuristics(&Data()), 0);
+    EXPECT_NEAR(Data().LowFrequencyPower[0], 1.0, 1e-12) << "of 100 bins";
+    EXPECT_EQ(Data().CornerStart[0], 101.0) << "the walk begins behind the plateau";
 }
 
 TEST_F(ForceCalFit, WithoutABinBelow100HertzThePlateauIsADivisionByZero)
@@ -177,6 +273,14 @@ TEST_F(ForceCalFit, TenBinsOrFewerLeaveTheStartAtZero)
     Data().CornerStart[0] = 7.0;
     ASSERT_EQ(ZVK_ForceCal_CreateFDFitHeuristics(&Data()), 0);
     EXPECT_EQ(Data().CornerStart[0], 0.0);
+    PutSpectrum(Data(), std::vector<double>(10, 1.0), 1.0 / 60.0);  // bin 1 alone is plateau
+    Data().CornerStart[0] = 7.0;
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFitHeuristics(&Data()), 0);
+    EXPECT_EQ(Data().LowFrequencyPower[0], 1.0);
+    EXPECT_EQ(Data().CornerStart[0], 0.0);
+    PutSpectrum(Data(), std::vector<double>(13, 1.0), 1.0 / 60.0);
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFitHeuristics(&Data()), 0);
+    EXPECT_EQ(Data().CornerStart[0], 120.0) << "bin 2 is the last that has ten from it on";
 }
 
 TEST_F(ForceCalFit, TheUpdateFitsAllRunsAndPassesOverThoseWithoutASpectrum)
@@ -247,6 +351,45 @@ TEST_F(ForceCalActive, FollowsItsFormulasToTheLetter)
     const double k = kCorner * 6.283185307179586 * 1.3806488e-23 * 300.0 /
                      ((3.14159 * 3.14159 * kA / 2.0) * beta * beta);
     EXPECT_NEAR(Data().K / k, 1.0, 1e-9);
+}
+
+TEST_F(ForceCalActive, TakesTheWidthOfABinTheSignalOfTheAxisAndTheBinsOwnFrequency)
+{
+    g_forceCal.Temperature = 293.15;
+    g_forceCal.Frequency = 77;  // settings of now count for nothing
+    g_forceCal.Amplitude = 77.0;
+    const double time = 4.0;
+    for (int axis = 0; axis < 3; ++axis) {
+        ZVK_ForceCalDataContainer &data = g_forceCal.Data[1][axis];
+        PutSpectrum(data, std::vector<double>(400, 1e9), time);
+        data.OscAxis = axis;
+        data.OscFrequency = 32.05;  // a little above bin 128
+        data.OscAmplitude = 0.1;
+        data.LorentzAmplitude[axis] = kA;
+        data.CornerFrequency[axis] = kCorner;
+        data.FD[axis][128] = 7e-6;
+        data.FDFitValid = 1;
+    }
+    ASSERT_EQ(ZVK_ForceCal_UpdateNLCalibration(0), 0);
+    const double background = kA / (32.05 * 32.05 + kCorner * kCorner);
+    const double measured = (7e-6 - background) / time;
+    const double theory = std::pow(0.1e-6, 2) / (2.0 * (kCorner * kCorner / (32.0 * 32.0) + 1.0));
+    for (int axis = 0; axis < 3; ++axis) {
+        const double beta = std::sqrt(theory / measured);
+        EXPECT_NEAR(g_forceCal.Data[1][axis].Beta / beta, 1.0, 1e-12) << axis;
+        EXPECT_NEAR(g_forceCal.Data[1][axis].K * beta * beta * 3.14159 * 3.14159 * kA / 2.0 /
+                        (kCorner * 6.283185307179586 * 1.3806488e-23 * 293.15),
+                    1.0, 1e-12);
+    }
+}
+
+TEST_F(ForceCalActive, APeakHalfwayBetweenTwoBinsIsInNeither)
+{
+    PutRun(1e-6);
+    Data().Beta = 7.0;
+    Data().OscFrequency = 31.5;
+    EXPECT_LT(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0);
+    EXPECT_EQ(Data().Beta, 7.0);
 }
 
 TEST_F(ForceCalActive, APeakAsFarBelowTheLorentzianGivesTheSameBeta)

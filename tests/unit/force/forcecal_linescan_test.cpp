@@ -12,10 +12,12 @@
 
 // What the card reads: X, Y and sum of one path, told anew for each scan.
 static std::function<double(int channel)> s_signal;
+static double s_timeoutS = 0.0;  // of the last read
 
-static int32_t ReadSignal(ZVK_DaqTask, int32_t samples, double, uint32_t, double *out, uint32_t,
-                          int32_t *read, uint32_t *)
+static int32_t ReadSignal(ZVK_DaqTask, int32_t samples, double timeoutS, uint32_t, double *out,
+                          uint32_t, int32_t *read, uint32_t *)
 {
+    s_timeoutS = timeoutS;
     for (int32_t i = 0; i < samples; ++i) {
         for (int channel = 0; channel < 3; ++channel)
             out[3 * i + channel] = s_signal(channel);
@@ -92,6 +94,66 @@ TEST_F(ForceCalLineScan, StepsAboutThePositionAndComesBack)
     EXPECT_EQ(calls[3], "cfgSampClkTiming(t2, \"\", 1e+05, 10280, 10178, 1000)");
     EXPECT_EQ(calls[1].substr(0, 38), "createAIVoltageChan(t2, \"/Dev2/ai0:2\",");
     EXPECT_EQ(card->OpenTasks(), 0);
+    EXPECT_EQ(s_timeoutS, 10.0);
+}
+
+TEST_F(ForceCalLineScan, EachStepIsReadWhereTheStageStandsThen)
+{
+    std::vector<double> places;
+    s_signal = [&places](int channel) {
+        if (channel == 0 && (places.empty() || places.back() != g_stage.position[0]))
+            places.push_back(g_stage.position[0]);
+        return 1.0;
+    };
+    g_forceCal.LSSteps = 5;
+    g_forceCal.LSLength = 1.0;
+    EXPECT_EQ(ZVK_ForceCal_LineScan(0, 0, 0), 0);
+    EXPECT_EQ(places, (std::vector<double>{-0.5, -0.25, 0.0, 0.25, 0.5}));
+    EXPECT_EQ(g_stage.position[0], 0.0);
+}
+
+TEST_F(ForceCalLineScan, TheMeanOfAllSamplesIsTaken)
+{
+    int sample = 0;
+    s_signal = [&sample](int channel) {
+        if (channel == 0) ++sample;
+        return channel == 2 ? 2.0 : static_cast<double>(sample % 4);
+    };
+    g_forceCal.LSAverages = 2000;
+    EXPECT_EQ(ZVK_ForceCal_LineScan(0, 0, 0), 0);
+    EXPECT_DOUBLE_EQ(Still(0).LSData[0][7], 0.75) << "of 0, 1, 2, 3 over a sum of 2";
+}
+
+TEST_F(ForceCalLineScan, LimitsOfOtherPathsAndAxesStay)
+{
+    EXPECT_EQ(ZVK_ForceCal_LineScan(0, 1, 1), 0);
+    for (int path = 0; path < 2; ++path) {
+        for (int axis = 0; axis < 3; ++axis) {
+            const bool scanned = path == 1 && axis == 1;
+            EXPECT_EQ(g_forceCal.LineScanFitStart[path][axis], scanned ? -1.0 : 0.0);
+            EXPECT_EQ(g_forceCal.LineScanFitStop[path][axis], scanned ? 1.0 : 0.0);
+        }
+    }
+}
+
+TEST_F(ForceCalLineScan, BeforeInitTheLimitsStayUnset)
+{
+    g_forceCal.Initialised = 0;
+    EXPECT_EQ(ZVK_ForceCal_LineScan(0, 0, 0), 0);
+    EXPECT_EQ(Still(0).LSValid[0], 1);
+    EXPECT_EQ(g_forceCal.LineScanFitStart[0][0], 0.0);
+}
+
+TEST_F(ForceCalLineScan, ASumOfZeroIsNotMadeASmallNumber)
+{
+    s_signal = [](int channel) { return channel == 2 ? 0.0 : 1.0; };
+    EXPECT_EQ(ZVK_ForceCal_LineScan(0, 0, 0), 0);
+    EXPECT_FALSE(std::isfinite(Still(0).LSData[0][0]));
+    EXPECT_EQ(ZVK_ForceCal_LineScan(0, 0, 2), 0);
+    EXPECT_EQ(Still(0).LSData[2][0], 0.0);
+    EXPECT_EQ(ZVK_ForceCal_CreateLSFit(&Still(0)), 0);
+    EXPECT_EQ(Still(0).LSFitSlope[0], 0.0) << "a fit that can't work leaves its start";
+    EXPECT_FALSE(std::isnan(Still(0).LSFitMSE[0]));
 }
 
 TEST_F(ForceCalLineScan, AnotherPathReadsItsOwnChannelsAndKeepsItInItsOwnContainer)
@@ -107,13 +169,20 @@ TEST_F(ForceCalLineScan, TheSlopesAndBetasAreThoseOfTheSignal)
 {
     for (int axis = 0; axis < 3; ++axis)
         ASSERT_EQ(ZVK_ForceCal_LineScan(0, 0, axis), 0);
+    ASSERT_EQ(ZVK_ForceCal_LineScan(0, 1, 0), 0);
     EXPECT_EQ(ZVK_ForceCal_UpdateLSFits(0), 0);
+    EXPECT_NEAR(Still(1).LSFitSlope[0], 0.5, 1e-9) << "both paths";
+    EXPECT_EQ(Still(1).LSFitEntries[1], 0);
     ASSERT_EQ(ZVK_ForceCal_ComputeLSCalibration(&Still(0)), 0);
     const double slopes[3] = {0.5, 0.25, 0.1};
     for (int axis = 0; axis < 3; ++axis) {
         EXPECT_NEAR(Still(0).LSFitSlope[axis] / slopes[axis], 1.0, 1e-9) << axis;
         EXPECT_NEAR(Still(0).LSBeta[axis] * slopes[axis] * 1e6, 1.0, 1e-9) << axis;
         EXPECT_LT(Still(0).LSFitMSE[axis], 1e-20);
+        for (int k = 0; k < Still(0).LSFitEntries[axis]; ++k) {
+            EXPECT_EQ(Still(0).LSFitData[axis][k], Still(0).LSData[axis][k + 1]);
+            EXPECT_NEAR(Still(0).LSFitCurve[axis][k], Still(0).LSData[axis][k + 1], 1e-12);
+        }
     }
     EXPECT_EQ(Still(0).LSFitEntries[0], 20) << "the limits are the ends: the first is not above";
 }
@@ -129,6 +198,52 @@ TEST_F(ForceCalLineScan, AxesAreFittedUpToTheFirstThatWasNotScanned)
     EXPECT_EQ(ZVK_ForceCal_CreateLSFit(&Still(0)), 0);
     EXPECT_GT(Still(0).LSFitEntries[0], 0);
     EXPECT_EQ(Still(0).LSFitEntries[2], 0) << "behind one that wasn't";
+}
+
+TEST_F(ForceCalLineScan, AFitAnewFreesTheFitsOfAllAxesFirst)
+{
+    for (int axis = 0; axis < 3; ++axis)
+        ASSERT_EQ(ZVK_ForceCal_LineScan(0, 0, axis), 0);
+    ASSERT_EQ(ZVK_ForceCal_CreateLSFit(&Still(0)), 0);
+    EXPECT_GT(Still(0).LSFitEntries[2], 0);
+    Still(0).LSValid[1] = 0;
+    ASSERT_EQ(ZVK_ForceCal_CreateLSFit(&Still(0)), 0);
+    EXPECT_GT(Still(0).LSFitEntries[0], 0);
+    for (int axis = 1; axis < 3; ++axis) {
+        EXPECT_EQ(Still(0).LSFitEntries[axis], 0);
+        EXPECT_EQ(Still(0).LSFitData[axis], nullptr);
+        EXPECT_EQ(Still(0).LSFitPosition[axis], nullptr);
+        EXPECT_EQ(Still(0).LSFitCurve[axis], nullptr);
+    }
+}
+
+TEST_F(ForceCalLineScan, TheFitTakesTheFirstStepsAboveItsLimits)
+{
+    ASSERT_EQ(ZVK_ForceCal_LineScan(0, 1, 0), 0);  // -1 to 1 in steps of 0.1
+    const struct
+    {
+        double start;
+        double stop;
+        double first;
+        int32_t entries;
+    } rows[] = {
+        {-0.55, 0.25, -0.5, 9},                        // the end is the first beyond the stop
+        {-0.55, 5.0, -0.5, 16},                        // none beyond it: the last
+        {5.0, 6.0, -1.0, 21},                          // none above the start: the first
+        {Still(1).LSPosition[0][4], 0.25, -0.5, 9},    // strictly above
+        {-0.55, Still(1).LSPosition[0][12], -0.5, 9},  // here too
+        {0.45, -0.45, 0.5, 4},                         // the wrong way round
+        {-0.05, -0.02, 0.0, 4},                        // upwards where there is room
+        {-1e-6, 1e-6, 0.0, 4},                         // not below the least limit
+        {-0.9999e-6, 0.25, -1.0, 14},                  // below it
+    };
+    for (const auto &row : rows) {
+        g_forceCal.LineScanFitStart[1][0] = row.start;
+        g_forceCal.LineScanFitStop[1][0] = row.stop;
+        ASSERT_EQ(ZVK_ForceCal_CreateLSFit(&Still(1)), 0);
+        EXPECT_NEAR(Still(1).LSFitPosition[0][0], row.first, 1e-12) << row.start;
+        EXPECT_EQ(Still(1).LSFitEntries[0], row.entries) << row.start << " " << row.stop;
+    }
 }
 
 TEST_F(ForceCalLineScan, UnsetLimitsBecomeTenAndANarrowRangeIsWidened)
@@ -158,6 +273,36 @@ TEST_F(ForceCalLineScan, FewStepsOrNoneTouchNothingOutside)
     }
 }
 
+TEST_F(ForceCalLineScan, OneStepHasNoPlaceNoSlopeAndDoesNotMoveTheStage)
+{
+    g_forceCal.LSSteps = 1;
+    g_stage.position[0] = 3.0;
+    double place = 0.0;
+    s_signal = [&place](int) {
+        place = g_stage.position[0];
+        return 1.0;
+    };
+    EXPECT_EQ(ZVK_ForceCal_LineScan(0, 0, 0), 0);
+    EXPECT_EQ(place, 3.0);
+    EXPECT_EQ(g_stage.position[0], 3.0);
+    EXPECT_TRUE(std::isnan(Still(0).LSPosition[0][0])) << "0 times an infinite step";
+    EXPECT_EQ(Still(0).LSData[0][0], 1.0);
+    EXPECT_EQ(ZVK_ForceCal_CreateLSFit(&Still(0)), 0);
+    EXPECT_EQ(Still(0).LSFitSlope[0], 0.0);
+    EXPECT_EQ(ZVK_ForceCal_ComputeLSCalibration(&Still(0)), 0);
+    EXPECT_TRUE(std::isinf(Still(0).LSBeta[0]));
+}
+
+TEST_F(ForceCalLineScan, TooFewSamplesForAReadGiveNoSignal)
+{
+    for (const int32_t averages : {999, 0, -5}) {
+        g_forceCal.LSAverages = averages;
+        EXPECT_EQ(ZVK_ForceCal_LineScan(0, 0, 2), 0);
+        EXPECT_EQ(Still(0).LSData[2][3], 0.0) << averages;
+        g_force.Busy = 0;  // as such an acquisition leaves it
+    }
+}
+
 TEST_F(ForceCalLineScan, FailuresOnTheWayAreDropped)
 {
     g_force.Busy = 1;
@@ -169,6 +314,14 @@ TEST_F(ForceCalLineScan, FailuresOnTheWayAreDropped)
         memory.FailAt(nth);
         EXPECT_EQ(ZVK_ForceCal_LineScan(0, 0, 0), ZVK_FORCE_NO_MEMORY);
         EXPECT_EQ(Still(0).LSValid[0], 0);
+    }
+    ASSERT_EQ(ZVK_ForceCal_LineScan(0, 0, 0), 0);
+    for (int nth = 1; nth <= 3; ++nth) {
+        FailingMemory memory;
+        memory.FailAt(nth);
+        EXPECT_EQ(ZVK_ForceCal_CreateLSFit(&Still(0)), ZVK_FORCE_NO_MEMORY);
+        EXPECT_EQ(Still(0).LSFitEntries[0], 0);
+        EXPECT_EQ(Still(0).LSFitCurve[0], nullptr);
     }
     for (int nth = 3; nth <= 9; ++nth) {
         FailingMemory memory;

@@ -87,6 +87,18 @@ TEST_F(ForceCalPotential, CountsEachSampleInItsBinAndTheLargestInTheLast)
     EXPECT_EQ(Data().PotValid, 1);
 }
 
+TEST_F(ForceCalPotential, IsMinusTheLogarithmOfTheDensity)
+{
+    Put({0.0, 0.1, 0.6, 5.0}, {0.0, 0.0, 0.0, 1000.0}, {-4.0, 0.0, 0.0, 6.0});
+    ASSERT_EQ(ZVK_ForceCal_Create1DBinning(&Data()), 0);
+    EXPECT_NEAR(Data().Potential[0][0], -std::log(2.0 / (4.0 * 0.5)), 1e-14);
+    EXPECT_NEAR(Data().Potential[0][1], -std::log(1.0 / (4.0 * 0.5)), 1e-14);
+    EXPECT_NEAR(Data().Potential[0][5], -std::log(0.1 / (4.0 * 0.5)), 1e-14);
+    EXPECT_NEAR(Data().Potential[1][0], -std::log(3.0 / (4.0 * 100.0)), 1e-14);
+    EXPECT_NEAR(Data().Potential[2][3], -std::log(2.0 / 4.0), 1e-14)
+        << "a sample at an edge belongs to the bin below it";
+}
+
 TEST_F(ForceCalPotential, TheLargestSampleOfAWideRangeFallsIntoTheLastBinToo)
 {
     Put({-3e9, 0.0, 3e9});
@@ -206,6 +218,48 @@ TEST_F(ForceCalPotential, TheRangeIsTheFirstBinAboveEachLimit)
     EXPECT_EQ(Data().PotFitEntries[0], 41);
 }
 
+TEST_F(ForceCalPotential, TheRangeIsStrictlyAboveItsLimitsAndWholeWithoutAStop)
+{
+    PutPotential(100, 1.0, 0.0, 0.0);
+    const double *axis = Data().HistogramAxis[0];
+    const struct
+    {
+        double start;
+        double stop;
+        int32_t first;
+        int32_t entries;
+    } rows[] = {
+        {axis[30], axis[60], 31, 31},
+        {-0.201, 5.0, 0, 100},  // no bin above the stop: the whole axis, also below the start
+        {5.0, 6.0, 0, 100},
+        {5.0, 0.201, 0, 71},     // no bin above the start: from the first
+        {0.201, -0.201, 70, 4},  // the wrong way round
+        {1e-6, 1e-6, 50, 4},     // not below the least limit
+        {0.9999e-6, 0.201, 0, 71},
+        {-0.6, -0.6, 0, 100},  // the stop's bin is the first, which counts as none
+    };
+    for (const auto &row : rows) {
+        g_forceCal.PotFitStart[1][0] = row.start;
+        g_forceCal.PotFitStop[1][0] = row.stop;
+        ASSERT_EQ(ZVK_ForceCal_CreatePotFit(&Data()), 0);
+        EXPECT_EQ(Data().PotFitAxis[0][0], axis[row.first]) << row.start << " " << row.stop;
+        EXPECT_EQ(Data().PotFitEntries[0], row.entries) << row.start << " " << row.stop;
+    }
+}
+
+TEST_F(ForceCalPotential, EachSignalHasItsOwnLimits)
+{
+    PutPotential(100, 1.0, 0.0, 0.0);
+    for (int s = 0; s < 3; ++s) {
+        g_forceCal.PotFitStart[1][s] = -0.1 * (s + 1) - 0.001;
+        g_forceCal.PotFitStop[1][s] = 0.1 * (s + 1) + 0.001;
+        g_forceCal.PotFitStart[0][s] = g_forceCal.PotFitStop[0][s] = 0.3;
+    }
+    ASSERT_EQ(ZVK_ForceCal_CreatePotFit(&Data()), 0);
+    for (int s = 0; s < 3; ++s)
+        EXPECT_EQ(Data().PotFitEntries[s], 20 * (s + 1) + 1) << s;
+}
+
 TEST_F(ForceCalPotential, AStopBeyondTheDataKeepsThePlaceOfTheSignalBefore)
 {
     PutPotential(100, 1.0, 0.0, 0.0);
@@ -240,6 +294,11 @@ TEST_F(ForceCalPotential, TheUpdateFitsBothPathsAndAsksForInitFirst)
     PutPotential(50, 77.0, 0.0, 0.0);
     EXPECT_EQ(ZVK_ForceCal_UpdatePotFits(0), 0);
     EXPECT_NEAR(Data().PotCurvature[0], 77.0, 1e-6);
+    Still(1).PotCurvature[0] = 0.0;
+    std::swap(Still(0), Still(1));
+    std::swap(Still(0).Path, Still(1).Path);
+    EXPECT_EQ(ZVK_ForceCal_UpdatePotFits(0), 0);
+    EXPECT_NEAR(Still(0).PotCurvature[0], 77.0, 1e-6) << "path A too";
 }
 
 TEST_F(ForceCalPotential, EachAllocationThatFailsIsAStatus)

@@ -3,6 +3,7 @@
 #include "forcecal_fixture.h"
 
 #include "failing_memory.h"
+#include "platform/memory.h"
 
 #include <cmath>
 #include <limits>
@@ -135,6 +136,44 @@ TEST_F(ForceCalSpectrum, ASineOnABinHasFourTimesItsPowerThereAndNothingElsewhere
         EXPECT_NEAR(Data().FD[0][k], k == 40 ? expected : 0.0, 1e-15) << k;
     EXPECT_EQ(Data().FDAxis[40], 20.0);
     EXPECT_EQ(Data().FDSum[1][40], Data().FD[1][40]) << "both copies are equal";
+}
+
+TEST_F(ForceCalSpectrum, IsThatOfTheCorrectedSeries)
+{
+    g_forceCal.SubtractMean = 1;
+    std::vector<double> x(40, 3.0);
+    for (int j = 0; j < 40; ++j)
+        x[j] += std::cos(kTwoPi * 2.0 * j / 40);
+    Analyse(x, 1, 40.0);
+    EXPECT_NEAR(Data().FD[0][0], 0.0, 1e-12);
+    EXPECT_NEAR(Data().FD[0][2], 1.0, 1e-12);
+}
+
+TEST_F(ForceCalSpectrum, EachSignalHasItsOwn)
+{
+    std::vector<double> signals[3];
+    for (int s = 0; s < 3; ++s) {
+        for (int j = 0; j < 64; ++j)
+            signals[s].push_back(std::cos(kTwoPi * (3.0 + s) * j / 64));
+    }
+    PutSeries(Data(), {signals[0], signals[1], signals[2]}, 1, 64.0);
+    ASSERT_EQ(ZVK_ForceCal_CorrectTD(&Data()), 0);
+    ASSERT_EQ(ZVK_ForceCal_ComputeFD(&Data()), 0);
+    for (int s = 0; s < 3; ++s) {
+        EXPECT_NEAR(Data().FD[s][3 + s], 1.0, 1e-12);
+        EXPECT_NEAR(Data().FD[s][3 + (s + 1) % 3], 0.0, 1e-12);
+        EXPECT_NEAR(Data().TDStdDev[s], std::sqrt(0.5), 1e-12);
+    }
+}
+
+TEST_F(ForceCalSpectrum, WithoutATimeAxisNothingIsCorrected)
+{
+    const std::vector<double> x(8, 1.0);
+    PutSeries(Data(), {x, x, x}, 1, 4.0);
+    Release(Data().TDAxis);
+    g_forceCal.SubtractDrift = 1;
+    EXPECT_EQ(ZVK_ForceCal_CorrectTD(&Data()), ZVK_FORCECAL_NO_TIME_DATA);
+    EXPECT_EQ(ZVK_ForceCal_ComputeFD(&Data()), ZVK_FORCECAL_NO_TIME_DATA);
 }
 
 TEST_F(ForceCalSpectrum, BinZeroIsNotDoubled)

@@ -141,6 +141,30 @@ TEST_F(ForceCalTables, TheInstrumentsUpdateFillsBetaAndThreeTypesOfK)
         EXPECT_GT(g_forceCal.K[0][i], 0.0) << i;
 }
 
+TEST_F(ForceCalTables, TheInstrumentsUpdateComputesTheActiveMethodFirst)
+{
+    GiveTables();
+    GiveResults();
+    ZVK_ForceCalDataContainer &data = g_forceCal.Data[1][1];
+    g_forceCal.MaxFFT = 100;
+    PutSpectrum(data, std::vector<double>(64, 1e-3), 1.0);
+    data.OscAxis = 1;
+    data.OscFrequency = 32.0;
+    data.OscAmplitude = 0.2;
+    data.CornerFrequency[1] = 150.0;
+    data.LorentzAmplitude[1] = 1.0;
+    data.FDFitValid = 1;
+    EXPECT_EQ(ZVK_ForceCal_UpdateCalibration(0), 0);
+    const double excess = 1e-3 - 1.0 / (32.0 * 32.0 + 150.0 * 150.0);
+    const double theory = 0.2e-6 * 0.2e-6 / (2.0 * (150.0 * 150.0 / (32.0 * 32.0) + 1.0));
+    EXPECT_NEAR(g_forceCal.Beta[1][1] / std::sqrt(theory / excess), 1.0, 1e-12);
+    EXPECT_EQ(g_forceCal.K[1][1], data.K);
+    const double deviation = 0.03 * data.Beta;
+    EXPECT_NEAR(g_forceCal.K[1][4] / (300.0 * kBoltzmann / (deviation * deviation)), 1.0, 1e-12)
+        << "and equipartition takes its beta";
+    EXPECT_EQ(g_forceCal.Beta[0][1], 1.1e-6) << "a run without a fit keeps what it had";
+}
+
 TEST_F(ForceCalTables, TheSiblingKitsUpdateTakesTwoBetasOfPathA)
 {
     GiveTables();
@@ -152,9 +176,22 @@ TEST_F(ForceCalTables, TheSiblingKitsUpdateTakesTwoBetasOfPathA)
     EXPECT_NEAR(Still(0).LSBeta[2], 8e-6, 1e-20);
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(g_forceCal.Beta[1][i], -1.0);
-    EXPECT_GT(g_forceCal.K[1][0], 0.0) << "but path B's K changes";
-    EXPECT_GT(g_forceCal.K[0][3], 0.0);
-    EXPECT_EQ(g_forceCal.K[0][6], -1.0);
+    const auto equipartition = [](double deviation) {
+        return 300.0 * kBoltzmann / (deviation * deviation);
+    };
+    const double drag = 6.0 * std::numbers::pi * 0.9e-3 * 0.6e-6;
+    for (int path = 0; path < 2; ++path) {
+        for (int i = 0; i < 3; ++i) {
+            const double corner = 100.0 * (1 + path + i);
+            EXPECT_NEAR(g_forceCal.K[path][i] / (2.0 * std::numbers::pi * corner * drag), 1.0,
+                        1e-12);
+            EXPECT_EQ(g_forceCal.K[path][6 + i], -1.0) << "no potential";
+        }
+    }
+    EXPECT_NEAR(g_forceCal.K[0][3] / equipartition(0.01 * 2e-6), 1.0, 1e-12) << "line scan's beta";
+    EXPECT_NEAR(g_forceCal.K[0][5] / equipartition(0.03 * -1.0), 1.0, 1e-12) << "the table's";
+    EXPECT_NEAR(g_forceCal.K[1][3] / equipartition(0.02 * 2e-6), 1.0, 1e-12) << "its run's";
+    EXPECT_NEAR(g_forceCal.K[1][5] / equipartition(0.04 * 2.2e-6), 1.0, 1e-12);
 }
 
 TEST_F(ForceCalTables, RunsWithoutDataGiveInfiniteValues)

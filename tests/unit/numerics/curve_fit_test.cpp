@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -140,4 +141,60 @@ TEST(CurveFit, APointThatIsNotFiniteLeavesTheStartAndAnInfiniteError)
         EXPECT_EQ(a[0], 4.0);
         EXPECT_EQ(a[1], 0.0);
     }
+}
+
+// A model whose values leave the numbers wherever its coefficient isn't 1.
+static void Cliff(const double *, int32_t count, const double *a, double *values)
+{
+    for (int32_t i = 0; i < count; ++i)
+        values[i] = a[0] == 1.0 ? 1.0 : std::numeric_limits<double>::quiet_NaN();
+}
+
+static void CliffGradients(const double *, int32_t count, const double *, double *derivatives)
+{
+    for (int32_t i = 0; i < count; ++i)
+        derivatives[i] = 1.0;
+}
+
+TEST(CurveFit, AModelThatLeavesTheNumbersLeavesTheCoefficientsFiniteAndEnds)
+{
+    const double x[3] = {0.0, 1.0, 2.0};
+    const double y[3] = {2.0, 3.0, 4.0};
+    double fitted[3] = {};
+    for (const double start : {1.0, 5.0}) {
+        double a[1] = {start};
+        (void)FitCurve({x, y, 3}, {Cliff, CliffGradients, 1}, 100, a, fitted);
+        EXPECT_TRUE(std::isfinite(a[0])) << start;
+    }
+}
+
+TEST(CurveFit, DerivativesThatAreNotFiniteLeaveTheStart)
+{
+    const auto gradients = [](const double *, int32_t count, const double *, double *derivatives) {
+        for (int32_t i = 0; i < 2 * count; ++i)
+            derivatives[i] = std::numeric_limits<double>::quiet_NaN();
+    };
+    const std::vector<double> x = Grid(20, 0.1);
+    const std::vector<double> y(20, 3.0);
+    std::vector<double> fitted(20);
+    double a[2] = {1.0, 0.5};
+    (void)FitCurve({x.data(), y.data(), 20}, {Decays, gradients, 2}, 100, a, fitted.data());
+    EXPECT_EQ(a[0], 1.0);
+    EXPECT_EQ(a[1], 0.5);
+}
+
+TEST(CurveFit, TheErrorDividesByTheNumberOfPoints)
+{
+    const auto level = [](const double *, int32_t count, const double *a, double *values) {
+        std::fill_n(values, count, a[0]);
+    };
+    const auto gradient = [](const double *, int32_t count, const double *, double *derivatives) {
+        std::fill_n(derivatives, count, 1.0);
+    };
+    const double x[4] = {0, 1, 2, 3};
+    const double y[4] = {1, 3, 1, 3};
+    double fitted[4] = {};
+    double a[1] = {0.0};
+    EXPECT_NEAR(FitCurve({x, y, 4}, {level, gradient, 1}, 100, a, fitted), 1.0, 1e-12);
+    EXPECT_NEAR(a[0], 2.0, 1e-12);
 }
