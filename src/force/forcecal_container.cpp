@@ -135,9 +135,6 @@ using Data = const ZVK_ForceCalDataContainer;
 
 }  // namespace
 
-// Where a flag and its arrays could come apart, no entries are told of an array that isn't there.
-static int32_t Entries(const double *array, int32_t count) { return array != nullptr ? count : 0; }
-
 static bool TimeValid(Data &data, int32_t) { return data.TDValid != 0; }
 static bool CorrectedValid(Data &data, int32_t) { return data.TDCorrectedValid != 0; }
 static bool SpectrumValid(Data &data, int32_t) { return HasSpectrum(data); }
@@ -146,15 +143,15 @@ static bool FitValid(Data &data, int32_t) { return data.FDFitValid != 0; }
 static bool PotentialValid(Data &data, int32_t) { return data.PotValid != 0; }
 static bool ScanValid(Data &data, int32_t axis) { return data.LSValid[axis] != 0; }
 
-static Handed Series(Data &data, double *series)
+static Handed Time(Data &data, int32_t axis)
 {
-    const int32_t count = SegmentLength(data);
-    return {Entries(data.TDAxis, Entries(series, count)), series, data.TDAxis};
+    return {SegmentLength(data), data.TD[axis], data.TDAxis};
 }
 
-static Handed Time(Data &data, int32_t axis) { return Series(data, data.TD[axis]); }
-
-static Handed Corrected(Data &data, int32_t axis) { return Series(data, data.TDCorrected[axis]); }
+static Handed Corrected(Data &data, int32_t axis)
+{
+    return {SegmentLength(data), data.TDCorrected[axis], data.TDAxis};
+}
 
 static Handed Spectrum(Data &data, int32_t axis)
 {
@@ -164,12 +161,8 @@ static Handed Spectrum(Data &data, int32_t axis)
 
 static Handed Second(Data &data, int32_t axis)
 {
-    return {Entries(data.FDAlternate[axis], data.NumberOfFrequencies),
-            data.FDAlternate[axis],
-            data.FDAxis,
-            nullptr,
-            &data.FitMSE[axis],
-            &data.CornerFrequency[axis]};
+    return {data.NumberOfFrequencies, data.FDAlternate[axis],     data.FDAxis, nullptr,
+            &data.FitMSE[axis],       &data.CornerFrequency[axis]};
 }
 
 static Handed SpectrumFit(Data &data, int32_t axis)
@@ -191,14 +184,14 @@ static Handed Potential(Data &data, int32_t axis)
 
 static Handed PotentialFit(Data &data, int32_t axis)
 {
-    return {Entries(data.PotFitCurve[axis], data.PotFitEntries[axis]), data.PotFitCurve[axis],
-            data.PotFitAxis[axis], nullptr, &data.PotFitMSE[axis]};
+    return {data.PotFitEntries[axis], data.PotFitCurve[axis], data.PotFitAxis[axis], nullptr,
+            &data.PotFitMSE[axis]};
 }
 
 static Handed Histogram2D(Data &data, int32_t axis)
 {
-    return {Entries(data.Histogram2D[axis], data.HistogramBins), data.Histogram2D[axis],
-            data.Histogram2DAxis[axis][0], data.Histogram2DAxis[axis][1]};
+    return {data.HistogramBins, data.Histogram2D[axis], data.Histogram2DAxis[axis][0],
+            data.Histogram2DAxis[axis][1]};
 }
 
 static Handed LineScan(Data &data, int32_t axis)
@@ -208,12 +201,8 @@ static Handed LineScan(Data &data, int32_t axis)
 
 static Handed LineScanFit(Data &data, int32_t axis)
 {
-    return {Entries(data.LSFitCurve[axis], data.LSFitEntries[axis]),
-            data.LSFitCurve[axis],
-            data.LSFitPosition[axis],
-            nullptr,
-            &data.LSFitMSE[axis],
-            &data.LSFitSlope[axis]};
+    return {data.LSFitEntries[axis], data.LSFitCurve[axis], data.LSFitPosition[axis], nullptr,
+            &data.LSFitMSE[axis],    &data.LSFitSlope[axis]};
 }
 
 static const Row kRows[] = {
@@ -252,7 +241,10 @@ int32_t ZVK_ForceCal_ReturnData(SessionHandle, int32_t Path, int32_t OscAxis, in
     if (!row->valid(data, Axis)) return row->failure;
 
     const Handed handed = row->hand(data, Axis);
-    Give(NumberOfEntries, handed.entries);
+    // A flag and its arrays can come apart, as where a clear or a lack of memory took one of them:
+    // no entries are told of an array that isn't there.
+    const bool complete = handed.data != nullptr && handed.axis != nullptr;
+    Give(NumberOfEntries, complete ? std::max(handed.entries, 0) : 0);
     Give(Data, handed.data);
     Give(AxisData, handed.axis);
     if (handed.axis2 != nullptr) Give(AxisData2, handed.axis2);

@@ -5,6 +5,7 @@
 #include "failing_memory.h"
 #include "numerics/curve_fit.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -104,6 +105,10 @@ TEST_F(ForceCalFit, OnePointLeavesTheStartOf100AndTheFoundCorner)
     EXPECT_NEAR(Data().LorentzAmplitude[0], 100.0 * Data().FD[0][11], 1e-12);
     EXPECT_GT(Data().CornerStart[0], 100.0);
     EXPECT_EQ(Data().CornerFrequency[0], Data().CornerStart[0]);
+    std::fill(Data().FD[1] + 101, Data().FD[1] + 300, 1e9);  // a later start
+    ASSERT_EQ(ZVK_ForceCal_CreateFDFit(&Data()), 0);
+    EXPECT_EQ(Data().CornerStart[1], 300.0);
+    EXPECT_EQ(Data().CornerFrequency[1], Data().CornerStart[1]) << "each its own";
 }
 
 // A spectrum that rises has its best corner at infinity: the fit creeps there and never ends.
@@ -436,6 +441,10 @@ TEST_F(ForceCalActive, AsksForTheFitAloneAndNotForTheSpectrumsFlag)
 TEST_F(ForceCalActive, TheUpdatePassesOverTheRunsWithoutOscillation)
 {
     PutRun(1e-6);
+    PutSpectrum(Still(), std::vector<double>(400, 1.0), 1.0);
+    Still().OscAxis = 0;  // as a load leaves it
+    Still().OscFrequency = 32.0;
+    Still().CornerFrequency[0] = kCorner;
     Still().FDFitValid = 1;
     Still().Beta = 9.0;
     EXPECT_EQ(ZVK_ForceCal_UpdateNLCalibration(0), 0);
