@@ -4,6 +4,7 @@
 
 #include "imaging/camera_keys.h"
 #include "imaging/recording.h"
+#include "platform/clock.h"
 #include "platform/windows.h"
 #include "quorvex/camera.h"
 
@@ -177,6 +178,9 @@ static int32_t BringUp(SessionHandle vi)
     if (CameraGet(&ZVK_CameraState::installed) == 0) return ZVK_SUCCESS;
 
     EndLoops();  // of an earlier start: one pair at a time
+    // The timer may count from here on. The first frame's rate is counted from 0 s, and comes out
+    // beyond all measure when that is the frame's own moment.
+    (void)Clock().timer();
     const bool simulated = CameraGet(&ZVK_CameraState::simulate) != 0;
     if (simulated) CameraSet(&ZVK_CameraState::initialised, 1);
     BringUpCamera(vi);

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <string>
 #include <thread>
+#include <utility>
 
 class CameraCalls : public ::testing::Test
 {
@@ -110,6 +111,100 @@ TEST_F(CameraCalls, WithoutACameraAndWithoutSimulationInitSucceedsAndNothingElse
     Set("BACKEND", "72");
     EXPECT_EQ(ZVK_Camera_Init(0, 0, 0), 0);
     EXPECT_EQ(ZVK_Camera_Shutdown(0), 0);
+}
+
+struct GatedCall
+{
+    const char *name;
+    int32_t (*call)();
+};
+
+// What needs a camera that is up, or a simulated one; the hollow settings have the same gate.
+static const GatedCall kGatedCalls[] = {
+    {"SetROI", [] { return ZVK_Camera_SetROI(0, 1, 1, nullptr, nullptr); }},
+    {"GetNativeResolution",
+     [] { return ZVK_Camera_GetNativeResolution(0, nullptr, nullptr, nullptr, nullptr); }},
+    {"GetModelName", [] { return ZVK_Camera_GetModelName(0, nullptr); }},
+    {"SetExposureTime", [] { return ZVK_Camera_SetExposureTime(0, 1.0F, nullptr); }},
+    {"StartVideo", [] { return ZVK_Camera_StartVideo(0); }},
+    {"StopVideo", [] { return ZVK_Camera_StopVideo(0); }},
+    {"SnapShot", [] { return ZVK_Camera_SnapShot(0); }},
+    {"GetZoom", [] { return ZVK_Camera_GetZoom(0, nullptr, nullptr, nullptr); }},
+    {"SetZoom", [] { return ZVK_Camera_SetZoom(0, 1, 1, 2.0); }},
+    {"SetAutoContrast", [] { return ZVK_Camera_SetAutoContrast(0, 1); }},
+    {"GetContrastLimits", [] { return ZVK_Camera_GetContrastLimits(0, nullptr, nullptr); }},
+    {"SetComputeHistogram", [] { return ZVK_Camera_SetComputeHistogram(0, 1); }},
+    {"ComputeHistogram", [] { return ZVK_Camera_ComputeHistogram(0); }},
+    {"EnableLiveAsBackgroundImage", [] { return ZVK_Camera_EnableLiveAsBackgroundImage(0, 1); }},
+    {"SetCurrentLiveAsBackgroundImage",
+     [] { return ZVK_Camera_SetCurrentLiveAsBackgroundImage(0); }},
+    {"SetOverlayAlpha", [] { return ZVK_Camera_SetOverlayAlpha(0, 5.0); }},
+    {"AdjustFlOverlayRGB", [] { return ZVK_Camera_AdjustFlOverlayRGB(0, 1.0, 1.0, 1.0); }},
+    {"SaveImage", [] { return ZVK_Camera_SaveImage(0, nullptr, 0); }},
+    {"SaveVideo", [] { return ZVK_Camera_SaveVideo(0, 1, nullptr, 0); }},
+    {"SaveVideoDCIMG", [] { return ZVK_Camera_SaveVideoDCIMG(0, 1); }},
+    {"GetBackend", [] { return ZVK_Camera_GetBackend(0, nullptr); }},
+    {"GetDispImageSize", [] { return ZVK_Camera_GetDispImageSize(0, nullptr, nullptr); }},
+    {"GetAcquiredImageSize", [] { return ZVK_Camera_GetAcquiredImageSize(0, nullptr, nullptr); }},
+    {"GetADCs", [] { return ZVK_Camera_GetADCs(0, nullptr, nullptr); }},
+    {"SetTemperature", [] { return ZVK_Camera_SetTemperature(0, -10); }},
+    {"SetGain", [] { return ZVK_Camera_SetGain(0, 1); }},
+    {"Shutdown", [] { return ZVK_Camera_Shutdown(0); }},
+};
+
+TEST_F(CameraCalls, EveryGateIsShutWithoutACameraAndWithoutSimulation)
+{
+    const std::pair<const char *, const char *> kinds[] = {{"MI", "SIMULATE"}, {"SIMULATE", "MI"}};
+    for (const auto &[off, on] : kinds) {
+        SCOPED_TRACE(off);
+        Set(off, "0");
+        Set(on, "1");
+        ASSERT_EQ(ZVK_Camera_Init(0, 0, 0), 0);
+        for (const GatedCall &gated : kGatedCalls)
+            EXPECT_EQ(gated.call(), ZVK_CAMERA_NOT_INITIALIZED) << gated.name;
+        void *handle = &folder;
+        EXPECT_EQ(ZVK_Camera_GetDisplayHandle(0, &handle), 0);
+        EXPECT_EQ(handle, nullptr);
+        EXPECT_EQ(ZVK_Camera_SetContrastLimits(0, 0.0, 255.0), 0) << "no gate";
+        EXPECT_EQ(ZVK_Camera_FlipImage(0, 1), 0);
+        EXPECT_EQ(ZVK_Camera_FlipImage(0, 0), 0);
+    }
+}
+
+TEST_F(CameraCalls, ACameraThatIsGoneFromTheConfigurationShutsTheGatesOfTheLastOne)
+{
+    ASSERT_EQ(ZVK_Camera_Init(0, 0, 0), 0);
+    ASSERT_EQ(ZVK_Camera_Shutdown(0), 0);
+    EXPECT_EQ(ZVK_Camera_GetModelName(0, nullptr), 0) << "the simulation's gate";
+    Set("MI", "0");
+    ASSERT_EQ(ZVK_Camera_Init(0, 0, 0), 0);
+    for (const GatedCall &gated : kGatedCalls)
+        EXPECT_EQ(gated.call(), ZVK_CAMERA_NOT_INITIALIZED) << gated.name;
+}
+
+// No server answers, or none is named: the picture is made all the same.
+TEST_F(CameraCalls, WithoutAScreenNothingFails)
+{
+    const ScopedVariable wish("ZVK_HEADLESS", nullptr);
+    Set("SIMULATE", "2");
+    Set("HISTOSUPPORT", "0");
+    for (const char *const name : {static_cast<const char *>(nullptr), "", ":4999", "nonsense"}) {
+        const ScopedVariable display("DISPLAY", name);
+        ASSERT_EQ(ZVK_Camera_Init(0, 0, 0), 0);
+        EXPECT_EQ(ZVK_Camera_SetZoom(0, 10, 10, 2.0), 0);
+        EXPECT_EQ(ZVK_Camera_SetROI(0, 2, 1, nullptr, nullptr), 0);
+        void *window = &folder;
+        EXPECT_EQ(ZVK_Camera_GetWinHandle(0, &window), 0);
+        EXPECT_EQ(window, nullptr);
+        void *picture = nullptr;
+        EXPECT_EQ(ZVK_Camera_GetDisplayHandle(0, &picture), 0);
+        EXPECT_NE(picture, nullptr);
+        std::string path = folder.Path("a.png");
+        EXPECT_EQ(ZVK_Camera_SaveImage(0, path.data(), 1), 0);
+        EXPECT_TRUE(folder.Holds("a.png"));
+        folder.Remove("a.png");
+        EXPECT_EQ(ZVK_Camera_Shutdown(0), 0);
+    }
 }
 
 TEST_F(CameraCalls, TwoClientsWorkOnARunningCamera)

@@ -7,10 +7,12 @@
 #include "quorvex/errors.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <malloc.h>
+#include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
 
@@ -92,6 +94,49 @@ TEST_F(CameraThreads, LoopsOfACameraThatIsNotSimulatedWaitAndEndAtTheNextInit)
     EXPECT_EQ(clock.Breaths(), 0);
     BringUp();
     WaitForFrames(3);
+}
+
+TEST_F(CameraThreads, NoMoreThan50FramesComeInASecond)
+{
+    UseClock(nullptr);  // the real one
+    using Time = std::chrono::steady_clock;
+    BringUp();
+    constexpr int32_t kFrames = 20;
+    WaitForFrames(1);
+    const Time::time_point before = Time::now();
+    WaitForFrames(kFrames);
+    const std::chrono::duration<double> passed = Time::now() - before;
+    EXPECT_GT(passed.count(), (kFrames - 1) * 0.02);
+    EXPECT_GT(Get(&ZVK_CameraState::framesPerSecond), 0.0);
+    EXPECT_LT(Get(&ZVK_CameraState::framesPerSecond), 500.0) << "the first frame counts as one";
+}
+
+// Time that the process's threads have worked.
+static double SecondsOfWork()
+{
+    rusage usage = {};
+    (void)getrusage(RUSAGE_SELF, &usage);
+    const auto seconds = [](const timeval &time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
+    };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+TEST_F(CameraThreads, LoopsWithNothingToDoTakeNoTimeOfTheProcessor)
+{
+    for (const char *const simulate : {"0", "1"}) {
+        Write({.simulate = simulate});
+        ASSERT_EQ(Init(), ZVK_SUCCESS);
+        WaitUntil([] { return g_camera.acquireRunning == 1 && g_camera.displayRunning == 1; });
+        (void)Shutdown();  // with 1 the display loop is left, with 0 both are
+        if (simulate[0] == '1') WaitUntil([] { return g_camera.acquireRunning == 0; });
+        WaitUntil([] { return g_camera.frameConsumed == 1; });
+        const double before = SecondsOfWork();
+        std::unique_lock data(CameraData());
+        EXPECT_FALSE(CameraCondition().wait_for(data, std::chrono::milliseconds(400),
+                                                [] { return g_camera.displayRunning == 0; }));
+        EXPECT_LT(SecondsOfWork() - before, 0.05) << simulate;
+    }
 }
 
 TEST_F(CameraThreads, ABusyDisplayMissesFramesAndNoneIsQueued)

@@ -199,6 +199,15 @@ TEST_F(CameraView, ZoomShowsAPartThatIsPushedBackIntoTheFrame)
     }
 }
 
+TEST_F(CameraView, TheCentreOfAZoomIsInPixelsOfTheSensor)
+{
+    CameraSet(&ZVK_CameraState::binning, 3);
+    EXPECT_EQ(ZVK_Camera_SetZoom(0, 3 * 128 + 2, 3 * 100 - 1, 4.0), ZVK_SUCCESS);
+    EXPECT_EQ(View(), (Sizes{128 - 32, 99 - 32, 64, 64}));
+    EXPECT_EQ(ZVK_Camera_SetZoom(0, 3 * 256 + 2, 0, 4.0), ZVK_SUCCESS);
+    EXPECT_EQ(ZVK_Camera_SetZoom(0, 3 * 257, 0, 4.0), ZVK_CAMERA_BAD_ZOOM_CENTER);
+}
+
 TEST_F(CameraView, AZoomOf1OrLessShowsTheWholeFrameWhateverTheCentre)
 {
     for (const double zoom : {1.0, 0.5, 0.0, -3.0, std::nan("")}) {

@@ -91,6 +91,13 @@ TEST_F(CameraWindow, TheHistogramsWindowIsMadeForExactly1)
     EXPECT_EQ(Calls(calls.end() - 6, calls.end()), expected);
 }
 
+TEST_F(CameraWindow, WithoutItsKeyTheHistogramsSupportIsWhatItWas)
+{
+    EXPECT_EQ(Make({.histogram = "1"}), ZVK_SUCCESS);
+    EXPECT_EQ(Make({}, {"HISTOSUPPORT"}), ZVK_CONFILE_NOT_FOUND);
+    EXPECT_EQ(Get(&ZVK_CameraState::histogramSupport), 1);
+}
+
 TEST_F(CameraWindow, ZeroSizesOfTheHistogramBecome255By100)
 {
     EXPECT_EQ(Make({.histogram = "1", .histogramWidth = "0", .histogramHeight = "0"}), 0);
@@ -190,6 +197,27 @@ TEST_F(CameraWindow, TheZoomIsUndoneAndTheFlipIsNot)
     }
 }
 
+TEST_F(CameraWindow, PixelsAreCountedInSinglePrecision)
+{
+    BringUp({.nativeX = "6000", .nativeY = "4"});
+    ASSERT_EQ(View(), (Sizes{0, 0, 3000, 2}));
+    const std::pair<int, int32_t> rows[] = {{4, 14}, {5, 18}, {36, 135}, {40, 149}};
+    for (const auto &[at, pixel] : rows) {  // 3.75 a window pixel; some fall just short of it
+        windows.Mouse("Camera Window", 0, at, 0, 0);
+        EXPECT_EQ(Get(&ZVK_CameraState::pixelX), pixel) << at;
+    }
+}
+
+TEST_F(CameraWindow, PixelsAreThoseOfTheSensorWhenItIsBinned)
+{
+    BringUp();
+    ASSERT_EQ(ZVK_Camera_SetZoom(0, 256, 256, 2.0), ZVK_SUCCESS);
+    CameraSet(&ZVK_CameraState::binning, 2);
+    windows.Mouse("Camera Window", 0, 400, 300, 0);
+    EXPECT_EQ(Get(&ZVK_CameraState::pixelX), 2 * (128 + 64));
+    EXPECT_EQ(Get(&ZVK_CameraState::pixelY), 2 * (128 + 64));
+}
+
 TEST_F(CameraWindow, APixelBeyond4095RunsIntoTheFieldOfItsNeighbour)
 {
     BringUp();
@@ -245,6 +273,15 @@ TEST_F(CameraWindow, ItsHandleIsLookedForInTheParentAsTheKeysSayNow)
     windows.Offer("Elsewhere");
     EXPECT_EQ(ZVK_Camera_GetWinHandle(0, &handle), ZVK_SUCCESS) << "the status doesn't tell it";
     EXPECT_EQ(handle, nullptr);
+}
+
+TEST_F(CameraWindow, WithoutTheParentItsHandleIsThatOfTheTopLevelWindow)
+{
+    BringUp({.child = "1"});
+    void *handle = nullptr;
+    EXPECT_EQ(ZVK_Camera_GetWinHandle(0, &handle), ZVK_SUCCESS);
+    EXPECT_EQ(handle, windows.Window("Camera Window"));
+    EXPECT_NE(handle, nullptr);
 }
 
 TEST_F(CameraWindow, WithoutInitAndWindowTheHandleIsNullAndTheStatus0)
