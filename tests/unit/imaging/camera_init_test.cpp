@@ -69,6 +69,7 @@ TEST_F(CameraTest, InitBuildsTheImagesTwiceAndThenSchedulesBothLoops)
     EXPECT_EQ(clock.Delays(), (std::vector<double>{0.2, 0.2}));
     EXPECT_EQ(threads->Scheduled().size(), 2U);
     EXPECT_EQ(Get(&ZVK_CameraState::acquireRunning), 0) << "no loop has begun";
+    EXPECT_EQ(Get(&ZVK_CameraState::frameConsumed), 1) << "nothing to show before a frame";
     ASSERT_FALSE(g_camera.acquiredImage.empty());
     EXPECT_EQ(cv::countNonZero(g_camera.acquiredImage.reshape(1)), 0) << "a black frame";
     EXPECT_EQ(g_camera.acquiredImage.type(), CV_8UC3);
