@@ -97,6 +97,11 @@ bool WorkStage();
 // when a call failed.
 bool WorkBeamExpanders();
 
+// Calibrates virtual beads of the instrument folder that ZVK_COMMON_APPDATA names, and holds what
+// each method finds against what was put in, which goes to `truthFile`. False when a call failed,
+// or a method did not find it. Once in a process.
+bool WorkCalibration(const std::string &title, const std::string &truthFile);
+
 // -- traps (traps.cpp) --
 
 struct SeenTrap

@@ -1,5 +1,5 @@
 // quorvex-demo: works a real session twice, simulated and against the virtual DAQ card, laser and
-// motor boards, and draws what the mirrors and the traps did.
+// motor boards, draws what the mirrors and the traps did, and calibrates virtual beads.
 
 #include "demo.h"
 
@@ -15,6 +15,7 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <system_error>
@@ -25,6 +26,7 @@
 namespace fs = std::filesystem;
 
 constexpr const char *kDetectorLog = "detectors.log";
+constexpr const char *kTruth = "truth.ini";
 
 namespace {
 
@@ -91,15 +93,30 @@ static SessionResult WorkIn(const Options &options, const char *kind, const std:
     return WorkSession(title, (folder / "ZVK640").string(), camera);
 }
 
-// A session in a process of its own: the force calibration comes up once in a process. False when
-// it failed.
-static bool WorkAlone(const Options &options, const char *kind, const std::string &title)
+// Work in a process of its own: the force calibration comes up once in a process. False when it
+// failed.
+static bool WorkAlone(const std::function<bool()> &work)
 {
     std::fflush(stdout);
     const pid_t child = fork();
-    if (child == 0) std::exit(WorkIn(options, kind, title, 0, nullptr).failed ? 1 : 0);
+    if (child == 0) std::exit(work() ? 0 : 1);
     int status = -1;
     return child > 0 && waitpid(child, &status, 0) == child && status == 0;
+}
+
+static bool WorkSimulated(const Options &options)
+{
+    return !WorkIn(options, "simulated", "Session 1 of 3: the simulated instrument", 0, nullptr)
+                .failed;
+}
+
+static bool Calibrate(const Options &options)
+{
+    const fs::path folder = options.out / "calibration";
+    if (!CopyInstrument(options.samples / "virtual", folder)) return false;
+    setenv("ZVK_COMMON_APPDATA", folder.c_str(), 1);
+    return WorkCalibration("Session 3 of 3: a force calibration of virtual beads",
+                           (options.out / kTruth).string());
 }
 
 // The volts of an output, without those that repeat the one before.
@@ -160,7 +177,7 @@ static SessionResult WorkOnVirtualInstrument(const Options &options, const Camer
         laser.Offer(kPort) + ";" + motorA.Offer(kPort + 1) + ";" + motorB.Offer(kPort + 2);
     setenv("ZVK_SERIAL_PORTS", ports.c_str(), 1);
     SessionResult result =
-        WorkIn(options, "virtual", "Session 2 of 2: the hardware path, on the virtual instrument",
+        WorkIn(options, "virtual", "Session 2 of 3: the hardware path, on the virtual instrument",
                stage.Port(), &camera);
     PrintTitle("What the second card's outputs were told");
     PrintWrittenVolts("SUBDAQ/ao0");
@@ -197,6 +214,14 @@ static bool LeavePictures(const Options &options, const SessionResult &session,
     return drawn && video.drawn;
 }
 
+static bool WorkVirtual(const Options &options)
+{
+    const CameraFiles camera = {(options.out / "camera.png").string(),
+                                (options.out / "camera.mp4").string()};
+    const SessionResult session = WorkOnVirtualInstrument(options, camera);
+    return !session.failed && LeavePictures(options, session, camera);
+}
+
 static int Run(int argc, char **argv)
 {
     if (argc != 4) return Usage();
@@ -212,19 +237,15 @@ static int Run(int argc, char **argv)
     OfferDetectors(options);
     OfferVideosFolder(options);
 
-    std::puts("Quorvex drives the ZVK640 optical trapping instrument. This demo works one session\n"
-              "twice, with no instrument on the desk.");
-    const bool simulated =
-        WorkAlone(options, "simulated", "Session 1 of 2: the simulated instrument");
-    const CameraFiles camera = {(options.out / "camera.png").string(),
-                                (options.out / "camera.mp4").string()};
-    const SessionResult card = WorkOnVirtualInstrument(options, camera);
-    const bool left = !card.failed && LeavePictures(options, card, camera);
-    if (!simulated || card.failed || !left) {
-        std::puts("The demo failed: the lines marked FAILED tell where.");
-        return 1;
-    }
-    return 0;
+    std::puts(
+        "Quorvex drives the ZVK640 optical trapping instrument. This demo works two sessions\n"
+        "and a force calibration, with no instrument on the desk.");
+    // All three, also when one fails.
+    bool worked = true;
+    for (bool (*work)(const Options &) : {WorkSimulated, WorkVirtual, Calibrate})
+        worked = WorkAlone([&] { return work(options); }) && worked;
+    if (!worked) std::puts("The demo failed: the lines marked FAILED tell where.");
+    return worked ? 0 : 1;
 }
 
 int main(int argc, char **argv)
