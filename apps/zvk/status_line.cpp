@@ -1,4 +1,4 @@
-// The line of text over the picture.
+// The rows of text over the picture.
 
 #include "status_line.h"
 
@@ -9,6 +9,7 @@
 constexpr int32_t kLabelOffset = 20;  // frame pixels, of a line's label
 constexpr double kFromLeft = 10.0;    // pixels of the window
 constexpr double kFromTop = 20.0;
+constexpr double kRowHeight = 20.0;
 
 std::string PlaceOf(double x, double y)
 {
@@ -37,11 +38,20 @@ static std::string TouchedText(const StatusFacts &facts)
 
 std::string StatusText(const StatusFacts &facts)
 {
-    std::string text = "A " + CountOf(facts, 0) + ", B " + CountOf(facts, 1);
-    text += facts.addPath == 0 ? " | clicks add to A" : " | clicks add to B";
-    text += " | zoom " + TenthsOf(facts.zoom) + TouchedText(facts);
-    if (!facts.news.empty()) text += " | " + facts.news;
-    return text;
+    const bool toA = facts.addPath == 0;
+    const bool one = CountOf(facts, 0) == "1";
+    std::string text =
+        CountOf(facts, 0) + (one ? " trap" : " traps") + " on A, " + CountOf(facts, 1) + " on B";
+    text += toA ? " | a click adds to A, with shift to B" : " | a click adds to B, with shift to A";
+    return text + " | zoom " + TenthsOf(facts.zoom) + TouchedText(facts);
+}
+
+std::string SecondText(const StatusFacts &facts)
+{
+    if (!facts.news.empty()) return facts.news;
+    return "drag a trap to move it, right click to delete it, turn the wheel to zoom | calibrated: "
+           "A "
+           "in red, B in blue";
 }
 
 static int32_t FramePixels(double windowPixels, int32_t shown, int32_t window)
@@ -49,8 +59,9 @@ static int32_t FramePixels(double windowPixels, int32_t shown, int32_t window)
     return static_cast<int32_t>(std::lround(windowPixels * shown / std::max(window, 1)));
 }
 
-FramePoint StatusPoint(const ShownFrame &shown, int32_t windowWidth, int32_t windowHeight)
+FramePoint StatusPoint(const ShownFrame &shown, int32_t windowWidth, int32_t windowHeight, int row)
 {
+    const double fromTop = kFromTop + row * kRowHeight;
     return {shown.x + FramePixels(kFromLeft, shown.width, windowWidth) - kLabelOffset,
-            shown.y + FramePixels(kFromTop, shown.height, windowHeight) + kLabelOffset};
+            shown.y + FramePixels(fromTop, shown.height, windowHeight) + kLabelOffset};
 }

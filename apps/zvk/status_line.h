@@ -1,7 +1,7 @@
 #ifndef QUORVEX_ZVK_STATUS_LINE_H
 #define QUORVEX_ZVK_STATUS_LINE_H
 
-// The line of text over the picture: what it says and where it stands.
+// The two rows of text over the picture: what they say and where they stand.
 
 #include "gestures.h"
 
@@ -20,8 +20,10 @@ struct StatusFacts
 
 std::string PlaceOf(double x, double y);  // "410, 312", whole pixels
 
-// "A 2, B 1 | clicks add to A | zoom 1.6 | A_2 at 410, 312 | A_2 added"
+// "2 traps on A, 1 on B | a click adds to A, with shift to B | zoom 1.6 | A_2 at 410, 312"
 std::string StatusText(const StatusFacts &facts);
+// What happened last, or else what the mouse does.
+std::string SecondText(const StatusFacts &facts);
 
 // The part of the frame that the window shows, in frame pixels.
 struct ShownFrame
@@ -40,8 +42,8 @@ struct FramePoint
 };
 
 // Where a line of no length has its one point, so that its label, which stands 20 frame pixels to
-// the right of it and 20 above, is in the upper left corner of the picture at any zoom. Of the
-// point at most a dot is seen.
-FramePoint StatusPoint(const ShownFrame &shown, int32_t windowWidth, int32_t windowHeight);
+// the right of it and 20 above, is in that row of the picture's upper left corner at any zoom. Of
+// the point at most a dot is seen.
+FramePoint StatusPoint(const ShownFrame &shown, int32_t windowWidth, int32_t windowHeight, int row);
 
 #endif

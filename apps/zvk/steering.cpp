@@ -4,6 +4,7 @@
 
 #include "quorvex/quorvex.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +12,7 @@
 
 constexpr SessionHandle kSession = 1;
 constexpr int32_t kPaths = 2;
+constexpr size_t kMessageBytes = 4096;
 constexpr size_t kNameBytes = 257;       // of a trap's name, with its end
 constexpr double kNewTrapSpeed = 200.0;  // pixels per second
 constexpr double kReach = 14.0;          // pixels of the window; a trap's circle has 10
@@ -78,16 +80,28 @@ static double Reach()
     return shown > 0 && window > 0 ? kReach * shown / window : kReach;
 }
 
+// The first line of what a status means.
+static std::string TextOf(int32_t status)
+{
+    char text[kMessageBytes] = "";
+    (void)ZVK_error_message(kSession, status, text);  // writes a text for any number
+    const std::string all = text;
+    return all.substr(0, all.find('\n')) + " (" + std::to_string(status) + ")";
+}
+
 void Steering::Begin()
 {
     for (int32_t path = 0; path < kPaths; ++path)
         m_made[path] = CountTraps(path);
-    if (ZVK_ImageProc_AddLine(kSession, &m_line, 0, 0, 0, 0, "", 1, 0) < 0) m_line = 0;
+    for (int32_t &line : m_lines)
+        if (ZVK_ImageProc_AddLine(kSession, &line, 0, 0, 0, 0, "", 1, 0) < 0) line = 0;
     ShowStatus();
     (void)ZVK_Camera_SetUserOverlay(kSession, 1);
     (void)ZVK_Camera_SetSDKOverlay(kSession, 1);
     (void)ZVK_Camera_SetTrapMarkers(kSession, 1);
     (void)ZVK_Camera_SetFrameRate(kSession, 1);
+    for (int32_t path = 0; path < kPaths; ++path)
+        (void)ZVK_Camera_SetCalField(kSession, path, 1);
 }
 
 // A line's number of -1 leaves its old one; the neighbour is as good.
@@ -95,19 +109,23 @@ static int32_t Said(int32_t number) { return number == -1 ? -2 : number; }
 
 void Steering::ShowStatus()
 {
-    if (m_line == 0) return;
     const Scene scene = Look();
-    const std::string text =
-        StatusText({scene.traps, ReadView().zoom, m_addPath, m_touched, m_path, m_index, m_news});
+    const StatusFacts facts = {scene.traps, ReadView().zoom, m_addPath, m_touched,
+                               m_path,      m_index,         m_news};
+    const std::string texts[2] = {StatusText(facts), SecondText(facts)};
     const ShownFrame shown = ReadShownFrame();
-    if (text == m_shownText && shown == m_shownFrame) return;
+    if (std::ranges::equal(texts, m_shownTexts) && shown == m_shownFrame) return;
     const WindowSize window = ReadWindowSize();
-    const FramePoint at = StatusPoint(shown, window.width, window.height);
-    const int32_t x = Said(at.x);
-    const int32_t y = Said(at.y);
-    if (ZVK_ImageProc_UpdateLine(kSession, m_line, x, x, y, y, text.c_str(), 1, -1) < 0) return;
+    for (int row = 0; row < 2; ++row) {
+        const FramePoint at = StatusPoint(shown, window.width, window.height, row);
+        const int32_t x = Said(at.x);
+        const int32_t y = Said(at.y);
+        // A row without a line of its own is left out.
+        (void)ZVK_ImageProc_UpdateLine(kSession, m_lines[row], x, x, y, y, texts[row].c_str(), 1,
+                                       -1);
+    }
     if (ZVK_ImageProc_UpdateOverlay(kSession) < 0) return;
-    m_shownText = text;
+    std::ranges::copy(texts, m_shownTexts);
     m_shownFrame = shown;
 }
 
@@ -127,9 +145,9 @@ Scene Steering::Look() const
     return scene;
 }
 
-void Steering::Say(const std::string &what)
+void Steering::Say(const std::string &what, const std::string &briefly)
 {
-    m_news = what;
+    m_news = briefly;
     std::puts(what.c_str());
     std::fflush(stdout);
 }
@@ -158,12 +176,12 @@ void Steering::Add(const Decision &decision)
     const int32_t status = ZVK_Trap_Add(kSession, path, &index, kNewTrapSpeed, name.c_str(),
                                         decision.x, decision.y, ZVK_UNIT_PIXEL);
     if (status < 0 || CountTraps(path) == before) {
-        Say("no trap added, status " + std::to_string(status));
+        Say("no trap added: " + TextOf(status));
         return;
     }
     ++m_made[path];
     Touch(path, index);
-    Say(name + " added at " + PlaceOf(decision.x, decision.y));
+    Say(name + " added at " + PlaceOf(decision.x, decision.y), name + " added");
 }
 
 void Steering::AddWaiting()
@@ -184,6 +202,7 @@ void Steering::Move(const Decision &decision)
     double x = decision.x;
     double y = decision.y;
     Touch(decision.path, decision.index);
+    m_news.clear();  // it told of a time before this drag
     if (ZVK_Trap_SetPosition(kSession, decision.path, decision.index, &x, &y, ZVK_UNIT_PIXEL, 1) <
         0)
         return;

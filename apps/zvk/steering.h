@@ -12,7 +12,7 @@ class Steering
 {
 public:
     void Begin();       // switches the overlay on
-    void ShowStatus();  // draws the line over the picture, if it has changed
+    void ShowStatus();  // draws the rows over the picture, if they have changed
     void Mouse(const std::vector<MouseMessage> &messages);
     void AddWaiting();   // clicks that had to wait for their second
     void Key(char key);  // a, b: where a click adds; d: delete the trap touched last
@@ -28,7 +28,9 @@ private:
     void Zoom(const Decision &decision);
     void Touch(int32_t path, int32_t index);
     std::string NameOf(int32_t path, int32_t index) const;
-    void Say(const std::string &what);
+    // In the terminal, and with fewer words over the picture.
+    void Say(const std::string &what, const std::string &briefly);
+    void Say(const std::string &what) { Say(what, what); }
 
     Gesture m_gesture;
     int32_t m_addPath = 0;
@@ -38,9 +40,9 @@ private:
     std::vector<Decision> m_waiting;  // to be added
     int32_t m_made[2] = {0, 0};       // traps of each path so far, for the next one's name
     std::string m_news;               // what happened last
-    int32_t m_line = 0;               // the overlay line that carries the status; 0: none
-    std::string m_shownText;          // what it says now
-    ShownFrame m_shownFrame;          // and for which part of the frame it was placed
+    int32_t m_lines[2] = {0, 0};      // the overlay lines that carry the rows; 0: none
+    std::string m_shownTexts[2];      // what they say now
+    ShownFrame m_shownFrame;          // and for which part of the frame they were placed
 };
 
 #endif

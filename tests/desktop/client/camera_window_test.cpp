@@ -10,7 +10,14 @@
 #include "scratch_folder.h"
 #include "virtual_screen.h"
 
+#include <opencv2/videoio.hpp>
+
 #include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstring>
+#include <string>
+#include <thread>
 
 constexpr const char *kCamera = "Camera Window";
 
@@ -226,13 +233,27 @@ TEST_F(CameraOnScreen, ShutdownTakesTheWindowAwayUnlessSimulateIs1)
     EXPECT_NE(Desk().Find(kCamera), 0U);
 }
 
+static size_t CountFrames(const std::string &path)
+{
+    cv::VideoCapture video(path);
+    cv::Mat frame;
+    size_t count = 0;
+    while (video.read(frame))
+        ++count;
+    return count;
+}
+
 TEST(DISABLED_Role, StreamsOnWhenItsScreenDies)
 {
     VirtualScreen screen;
     const ScratchFolder folder;
+    const ScopedVariable home("HOME", folder.Path().c_str());
+    const ScopedVariable desktop("XDG_CONFIG_HOME", folder.Path().c_str());
     folder.Write("config.ini", kConfig);
     ASSERT_EQ(ZVK_Camera_Init(0, 0, 0), 0);
     ASSERT_NE(screen.Find(kCamera), 0U);
+    char video[4096] = "";
+    ASSERT_EQ(ZVK_Camera_SaveVideo(0, 1, video, 1), 0);
 
     screen.Server().Kill();
 
@@ -241,6 +262,11 @@ TEST(DISABLED_Role, StreamsOnWhenItsScreenDies)
         return ZVK_Camera_GetWinHandle(0, &handle) == 0 && handle == nullptr;
     }));
     EXPECT_EQ(ZVK_Camera_SetZoom(0, 100, 100, 2.0), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));  // of streaming without a screen
+    ASSERT_EQ(ZVK_Camera_SaveVideo(0, 0, video, 1), 0);
+    EXPECT_GT(CountFrames(video), 3U) << "pictures are made and recorded all the same";
+    std::string picture = folder.Path("picture.png");
+    EXPECT_EQ(ZVK_Camera_SaveImage(0, picture.data(), 1), 0);
     EXPECT_EQ(ZVK_Camera_Shutdown(0), 0);
     EXPECT_EQ(ZVK_Camera_Init(0, 0, 0), 0);
     EXPECT_EQ(ZVK_Camera_Shutdown(0), 0);

@@ -253,6 +253,50 @@ TEST_F(CameraWindow, MessagesThatCanNotBeSentLeaveThePosition)
     EXPECT_EQ(Get(&ZVK_CameraState::pixelX), 128);
 }
 
+TEST_F(CameraWindow, APostThatFailsLeavesThePositionAndTheNextOneGoesOut)
+{
+    BringUp();
+    messages.FailPosts(-1);
+    windows.Mouse("Camera Window", 1, 400, 300, 1);
+    EXPECT_EQ(messages.Posts().size(), 0U);
+    EXPECT_EQ(Get(&ZVK_CameraState::pixelX), 128);
+    EXPECT_EQ(Get(&ZVK_CameraState::pixelY), 128);
+    messages.FailPosts(0);
+    windows.Mouse("Camera Window", 4, 400, 300, 1);
+    EXPECT_EQ(messages.Posts().size(), 1U);
+}
+
+TEST_F(CameraWindow, EachCallOfTheDesktopMayFailAtTheEnd)
+{
+    int64_t nth = 1;
+    for (;; ++nth) {
+        BringUp({.simulate = "2", .histogram = "1"});
+        windows.FailAt(nth);
+        EXPECT_EQ(ZVK_Camera_Shutdown(0), ZVK_SUCCESS);
+        EXPECT_EQ(Get(&ZVK_CameraState::initialised), 0);
+        EXPECT_TRUE(g_camera.displayImage.empty());
+        if (!windows.Failed()) break;
+    }
+    EXPECT_EQ(nth, 3) << "both windows were closed";
+}
+
+TEST_F(CameraWindow, ADesktopThatFailsHasNoHandle)
+{
+    windows.Offer("Lab");
+    BringUp({.child = "1"});
+    for (int64_t nth = 1;; ++nth) {
+        windows.FailAt(nth);
+        void *handle = &handle;
+        EXPECT_EQ(ZVK_Camera_GetWinHandle(0, &handle), ZVK_SUCCESS);
+        if (!windows.Failed()) {
+            EXPECT_EQ(handle, windows.Window("Camera Window"));
+            EXPECT_EQ(nth, 3);
+            break;
+        }
+        EXPECT_EQ(handle, nullptr) << nth;
+    }
+}
+
 TEST_F(CameraWindow, ItsHandleIsFoundByTitle)
 {
     BringUp();

@@ -9,6 +9,7 @@
 #include "quorvex/errors.h"
 
 #include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
 #include <opencv2/videoio.hpp>
 
 #include <clocale>
@@ -99,6 +100,27 @@ TEST_F(VideoFiles, AVideoOfFramesIsReadBackWithAllOfThemAndTheirStamps)
         EXPECT_GT(Bright(frame(cv::Rect(127, 215, 129, 20))), 50);
     }
     EXPECT_GT(Bright(frames[11]), Bright(frames[0])) << "the stamps pile up";
+}
+
+TEST_F(VideoFiles, TheStampsOfAVideoCanBeRead)
+{
+    Start({.nativeX = "1024", .nativeY = "512"});  // frames of 512 by 256: the whole text has room
+    const std::string path = folder.Path("stamps.avi");
+    Record(path, 3);
+    const std::vector<cv::Mat> frames = ReadBack(path);
+    ASSERT_EQ(frames.size(), 3U);
+    // Each frame has its own text over those before it.
+    cv::Mat expected = cv::Mat::zeros(256, 512, CV_8UC3);
+    const char *const texts[] = {"0.02 sec  Frame Number: 0", "0.04 sec  Frame Number: 1",
+                                 "0.06 sec  Frame Number: 2"};
+    for (size_t i = 0; i < 3; ++i) {
+        cv::putText(expected, texts[i], {256, 230}, cv::FONT_HERSHEY_SIMPLEX, 0.4,
+                    cv::Scalar::all(255), 1, cv::LINE_AA);
+        cv::Mat difference;
+        cv::absdiff(frames[i], expected, difference);
+        EXPECT_LT(Bright(difference), 3) << texts[i];
+        EXPECT_GT(Bright(expected), 150);
+    }
 }
 
 TEST_F(VideoFiles, AVideoOfTheWindowHoldsTheOverlay)
