@@ -196,30 +196,32 @@ static SessionResult WorkOnVirtualInstrument(const Options &options, const Camer
     return result;
 }
 
-// Draws what isn't there yet, and names all that the demo leaves.
-static bool LeavePictures(const Options &options, const SessionResult &session,
-                          const CameraFiles &camera)
+static fs::path PathsPicture(const Options &options) { return options.out / "demo.png"; }
+
+static CameraFiles FilesOfCamera(const Options &options)
 {
-    const std::string paths = (options.out / "demo.png").string();
-    const std::string strip = (options.out / "video.png").string();
-    const VideoFacts video = DrawStrip(camera.video, strip);
-    const bool drawn = DrawPicture(session, paths);
-    PrintTitle("What the demo leaves");
-    const std::string clip = Format("a video, %.1f s of %d frames",
-                                    video.rate > 0 ? video.frames / video.rate : 0.0, video.frames);
-    PrintStep("voltages and paths of the traps", drawn ? paths : "FAILED");
-    PrintStep("the camera's picture of them", camera.picture);
-    PrintStep(clip, camera.video);
-    PrintStep("some frames of it", video.drawn ? strip : "FAILED");
-    return drawn && video.drawn;
+    return {(options.out / "camera.png").string(), (options.out / "camera.mp4").string()};
 }
 
 static bool WorkVirtual(const Options &options)
 {
-    const CameraFiles camera = {(options.out / "camera.png").string(),
-                                (options.out / "camera.mp4").string()};
-    const SessionResult session = WorkOnVirtualInstrument(options, camera);
-    return !session.failed && LeavePictures(options, session, camera);
+    const SessionResult session = WorkOnVirtualInstrument(options, FilesOfCamera(options));
+    return !session.failed && DrawPicture(session, PathsPicture(options).string());
+}
+
+// Draws what isn't there yet, and names all that the demo leaves.
+static bool NameWhatIsLeft(const Options &options)
+{
+    const CameraFiles camera = FilesOfCamera(options);
+    const std::string strip = (options.out / "video.png").string();
+    const VideoFacts video = DrawStrip(camera.video, strip);
+    const double seconds = video.rate > 0 ? video.frames / video.rate : 0.0;
+    PrintTitle("What the demo leaves");
+    PrintStep("voltages and paths of the traps", PathsPicture(options).string());
+    PrintStep("the camera's picture of them", camera.picture);
+    PrintStep(Format("a video, %.1f s of %d frames", seconds, video.frames), camera.video);
+    PrintStep("some frames of it", video.drawn ? strip : "FAILED");
+    return video.drawn;
 }
 
 static int Run(int argc, char **argv)
@@ -244,6 +246,7 @@ static int Run(int argc, char **argv)
     bool worked = true;
     for (bool (*work)(const Options &) : {WorkSimulated, WorkVirtual, Calibrate})
         worked = WorkAlone([&] { return work(options); }) && worked;
+    worked = worked && NameWhatIsLeft(options);
     if (!worked) std::puts("The demo failed: the lines marked FAILED tell where.");
     return worked ? 0 : 1;
 }
