@@ -19,17 +19,17 @@ constexpr int kMostFruitlessReads = 10;  // of a card that is gone
 constexpr double kStopAgainS = 0.05;
 constexpr int kUpperPart = 22;  // bits of the lower part of a message's number
 
-// Never destroyed: the thread may still run when the process ends.
+// Neither needs to be made or destroyed: the thread may still run when the process ends.
 static std::mutex &RingLock()
 {
-    static auto *const mutex = new std::mutex;
-    return *mutex;
+    static constinit std::mutex s_ring;
+    return s_ring;
 }
 
 static std::mutex &CallsLock()
 {
-    static auto *const mutex = new std::mutex;
-    return *mutex;
+    static constinit std::mutex s_calls;
+    return s_calls;
 }
 
 static int64_t Pack(int32_t upper, int64_t lower)

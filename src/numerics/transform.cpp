@@ -17,8 +17,8 @@ struct ZVK_Transform
 // The library plans with tables of its own that only one thread may touch.
 static std::mutex &Planning()
 {
-    static auto *const mutex = new std::mutex;  // never destroyed: threads may outlive main
-    return *mutex;
+    static constinit std::mutex s_planning;  // neither made nor destroyed: threads may outlive main
+    return s_planning;
 }
 
 ZVK_Transform *MakeTransform(int64_t length) noexcept
