@@ -1,6 +1,5 @@
 // The analysis of one run, against the bare transforms of the same segments by the transform
-// library, with its plan and its arrays made before. And the buffered acquisition against one copy
-// of its samples.
+// library, with its plan and its arrays made before.
 
 #include "ratio.h"
 
