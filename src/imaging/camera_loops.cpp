@@ -82,7 +82,6 @@ static void WakeDrawing()
 {
     cv::Mat frame(kTrialFrame, CV_8UC3, cv::Scalar::all(0));
     cv::Mat scaled(kTrialPicture, CV_8UC3);
-    cv::parallel_for_(cv::Range(0, kTrialPicture.height), [](const cv::Range &) {});
     cv::resize(frame, scaled, scaled.size(), 0.0, 0.0, cv::INTER_AREA);
     cv::flip(scaled, scaled, 0);
     cv::addWeighted(scaled, 1.0, scaled, 1.0, 0.0, scaled);

@@ -12,7 +12,9 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <filesystem>
 #include <iterator>
+#include <malloc.h>
 #include <string>
 #include <thread>
 #include <utility>
@@ -311,6 +313,40 @@ TEST_F(CameraCalls, TwoClientsCallEverythingStartAndEndToo)
     EXPECT_EQ(ZVK_Camera_SetUserOverlay(0, 0), 0);
     EXPECT_EQ(ZVK_Camera_SetSDKOverlay(0, 0), 0);
     EXPECT_EQ(ZVK_Camera_FlipImage(0, 0), 0);
+}
+
+static size_t CountThreads()
+{
+    size_t count = 0;
+    for (const auto &task : std::filesystem::directory_iterator("/proc/self/task"))
+        count += task.exists() ? 1 : 0;
+    return count;
+}
+
+// Bytes of the heap in use; 0 under a sanitizer, which has a heap of its own.
+static size_t HeapInUse()
+{
+    const auto heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
+}
+
+TEST_F(CameraCalls, RoundsOfEachKindOfCameraKeepThreadsAndMemoryFlat)
+{
+    size_t threads = 0;
+    size_t bytes = 0;
+    for (int round = 0; round < 14; ++round) {
+        for (const char *const simulate : {"0", "1", "2"}) {  // the last one frees the images
+            Set("SIMULATE", simulate);
+            ASSERT_EQ(ZVK_Camera_Init(0, 0, 0), 0);
+            (void)ZVK_Camera_Shutdown(0);
+        }
+        if (round == 4) {
+            threads = CountThreads();
+            bytes = HeapInUse();
+        }
+    }
+    EXPECT_LE(CountThreads(), threads);
+    EXPECT_LT(HeapInUse(), bytes + 16 * 1024) << "less than a kilobyte a round";
 }
 
 // The process ends with the loops running, in one of the ways in which a process ends.
