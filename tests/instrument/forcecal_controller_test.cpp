@@ -117,7 +117,7 @@ TEST_F(ForceCalController, ALineScanOfAStuckBeadFindsBeta)
         beads.SetStuck(true);
         double start[3];
         for (int axis = 0; axis < 3; ++axis)
-            ASSERT_EQ(ZVK_Stage_GetPosition(0, axis, &start[axis]), 0);
+            start[axis] = session->Stage().State(axis).target;
         for (int32_t axis = 0; axis < 3; ++axis)
             ASSERT_EQ(ZVK_ForceCal_LineScan(0, path, axis), 0);
         ASSERT_EQ(ZVK_ForceCal_UpdateLSFits(0), 0);
@@ -131,9 +131,7 @@ TEST_F(ForceCalController, ALineScanOfAStuckBeadFindsBeta)
                       0);
             EXPECT_GE(count, 20);
             EXPECT_NEAR(1e-6 / slope / beads.Truth(path, axis).sensitivity, 1.0, 0.01);
-            double now = 0.0;
-            ASSERT_EQ(ZVK_Stage_GetPosition(0, axis, &now), 0);
-            EXPECT_NEAR(now, start[axis], 1e-6) << "back where it was";
+            EXPECT_NEAR(session->Stage().State(axis).target, start[axis], 1e-6) << "it goes back";
         }
     }
     ASSERT_EQ(ZVK_ForceCal_UpdateCalibrationRWQS(0), 0);

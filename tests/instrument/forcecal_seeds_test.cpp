@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
@@ -70,6 +71,8 @@ static double PeakError(const VirtualBeadTruth &truth, double segmentS, double a
     return std::sqrt(jitter / (2.0 * peak * averages));
 }
 
+// The mean of the seeds lies within the limit, or within three of its own errors where that is
+// less; a limit of 0 leaves the errors alone to decide.
 static void ExpectFinds(const char *what, const Found (&found)[3], double limit, double factor)
 {
     for (int axis = 0; axis < 3; ++axis) {
@@ -78,7 +81,9 @@ static void ExpectFinds(const char *what, const Found (&found)[3], double limit,
         double mean = 0.0;
         for (const double share : found[axis].shares)
             mean += share / factor / static_cast<double>(found[axis].shares.size());
-        EXPECT_NEAR(mean, 1.0, limit) << where;
+        const double ofMean = 3.0 * found[axis].error / std::sqrt(kSeeds);
+        const double allowed = limit > 0.0 ? std::min(limit, ofMean) : ofMean;
+        EXPECT_NEAR(mean, 1.0, allowed) << where;
         double square = 0.0;
         for (const double share : found[axis].shares)
             square += (share / factor - mean) * (share / factor - mean) / (kSeeds - 1);
@@ -156,7 +161,10 @@ TEST(ForceCalSeeds, EachMethodFindsWhatWasPutIn)
     Found potential[3];
     Found tablePotential[3];
     for (uint64_t seed = 1; seed <= kSeeds; ++seed) {
-        const VirtualBeads &beads = session.Hold({.seed = seed, .viscosity = viscosity});
+        VirtualBeadsSettings settings = {.seed = seed, .viscosity = viscosity};
+        settings.beads[0].stiffness[2] =
+            3e-5;  // else z scatters so much that ten seeds tell little
+        const VirtualBeads &beads = session.Hold(settings);
         LimitPotentials(beads, 0);
         for (int32_t axis = 0; axis < 4; ++axis)
             ASSERT_EQ(ZVK_ForceCal_AcquireData(0, 0, axis), 0) << axis;
@@ -210,8 +218,9 @@ TEST(ForceCalSeeds, EachMethodFindsWhatWasPutIn)
     ExpectFinds("K by the spectrum", spectrum, 0.03, 1.0);
     ExpectFinds("K by equipartition", equipartition, 0.03, 1.0);
     ExpectFinds("K by the potential", potential, 0.03, 1.0);
-    ExpectFinds("active beta", activeBeta, 0.03, 1.0 / std::numbers::sqrt2);
-    ExpectFinds("active K", activeK, 0.03, 2.0);
-    ExpectFinds("equipartition's K in the table", tableEquipartition, 0.03, 2.0);
-    ExpectFinds("the potential's K in the table", tablePotential, 0.03, 2.0);
+    // The exact factors, as far as ten seeds can tell.
+    ExpectFinds("active beta", activeBeta, 0.0, 1.0 / std::numbers::sqrt2);
+    ExpectFinds("active K", activeK, 0.0, 2.0);
+    ExpectFinds("equipartition's K in the table", tableEquipartition, 0.0, 2.0);
+    ExpectFinds("the potential's K in the table", tablePotential, 0.0, 2.0);
 }

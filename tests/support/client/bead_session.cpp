@@ -3,6 +3,7 @@
 #include <quorvex-virtual/daq.h>
 #include <quorvex/quorvex.h>
 
+#include <chrono>
 #include <sstream>
 #include <string>
 
@@ -46,9 +47,11 @@ static std::string Calibration()
 
 BeadSession::BeadSession(const BeadSessionSettings &settings)
     : m_folder({{"default.cal", Calibration()}}), m_settings(settings),
-      m_stage({.onTrigger = [this](const VirtualStageTrigger &trigger) {
-          if (m_listener) m_listener(trigger);
-      }})
+      m_stage({.clock = [this] { return StageClock(); },
+               .onTrigger =
+                   [this](const VirtualStageTrigger &trigger) {
+                       if (m_listener) m_listener(trigger);
+                   }})
 {
     ZVC_Reset();
     (void)ZVC_SetPace(ZVC_PACE_FAST);
@@ -62,6 +65,16 @@ BeadSession::BeadSession(const BeadSessionSettings &settings)
     keep(ZVK_Force_Init(0, 0, 0));
     keep(ZVK_ForceCal_Init(0, 0, 0));
     keep(ZVK_ForceCal_ComputeViscosity(0, 0.0));
+    m_aheadS = StageClock() - ZVC_Now();
+    m_inCardTime = true;
+}
+
+// Real time while the stage comes up, since the library waits for it to arrive.
+double BeadSession::StageClock() const
+{
+    if (m_inCardTime) return ZVC_Now() + m_aheadS;
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
 }
 
 BeadSession::~BeadSession()

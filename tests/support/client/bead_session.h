@@ -9,6 +9,7 @@
 #include <quorvex-virtual/beads.h>
 #include <quorvex-virtual/stage.h>
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -43,7 +44,9 @@ public:
 
     // The first status that was not 0, of the calls that brought the modules up.
     int32_t Status() const { return m_status; }
-    // Other beads in the traps.
+    // Other beads in the traps. From the session's start on the stage lives in the card's time:
+    // runs with one seed find the same to the last digit. A stage that travels arrives with the
+    // next acquisition.
     VirtualBeads &Hold(const VirtualBeadsSettings &settings);
     VirtualBeads &Beads() { return *m_beads; }
     VirtualStage &Stage() { return m_stage; }
@@ -53,9 +56,13 @@ private:
     InstrumentFolder m_folder;
     BeadSessionSettings m_settings;
     std::function<void(const VirtualStageTrigger &)> m_listener;
+    std::atomic<bool> m_inCardTime = false;
+    std::atomic<double> m_aheadS = 0.0;  // the stage's clock, of the card's
     VirtualStage m_stage;
     std::unique_ptr<VirtualBeads> m_beads;
     int32_t m_status = 0;
+
+    double StageClock() const;
 };
 
 #endif
