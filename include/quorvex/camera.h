@@ -326,7 +326,8 @@ ZVK_API int32_t ZVK_Camera_SaveImage(SessionHandle SessionHandle, char *fileName
  * same.
  *
  * @param record       not 0: start; 0: stop, which takes 0.3 s
- * @param pathName     its extension tells the container; .avi is uncompressed. Empty: a name like
+ * @param pathName     its extension tells the container: .avi and .mkv are uncompressed, .mp4 and
+ *                     .mov MPEG-4; for any other one no file is made. Empty: a name like
  *                     20170101_093005.avi in the user's folder of videos is made and written here,
  *                     .dcimg for frames while ZVK_Camera_SaveVideoDCIMG is set; room for 4096 bytes
  *                     then. Null: the same, and not told. Not used for a stop

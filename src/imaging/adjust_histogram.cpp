@@ -59,11 +59,12 @@ static void DrawHistogram(const cv::Mat &histogram, double peak, cv::Mat &pictur
     }
 }
 
+// Both kinds are counted from the frame itself: behind a pass the one in hand holds the background.
 static void CountGrey()
 {
     {
         const std::lock_guard frame(CameraFrame());
-        cv::cvtColor(g_camera.workImage, g_camera.rawImage, cv::COLOR_BGR2GRAY);
+        cv::cvtColor(g_camera.acquiredImage, g_camera.rawImage, cv::COLOR_BGR2GRAY);
     }
     Count(g_camera.rawImage, g_camera.histograms[0]);
     double peak = 0.0;

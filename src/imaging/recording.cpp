@@ -22,6 +22,7 @@
 
 constexpr double kLastWriteS = 0.3;  // a write that has begun ends meanwhile
 constexpr double kRateInstead = 50.0;
+constexpr double kLowestRate = 0.1;  // far below, FFmpeg ends the process
 constexpr double kHighestRate = 1000.0;
 constexpr int32_t kRateFrames = 20;
 constexpr int kStampFromBottom = 26;
@@ -37,13 +38,12 @@ static ZVK_Picture PictureOf(const cv::Mat &image)
 
 static void WriteToVideo(const cv::Mat &image)
 {
-    {
-        const std::lock_guard writer(CameraWriter());
-        // What could not be opened takes no frame, and a frame that is not taken is lost: the
-        // recording counts on.
-        if (g_camera.videoWriter != nullptr)
-            (void)Media().writeFrame(g_camera.videoWriter, PictureOf(image));
-    }
+    // With the writer held: who closes the file then finds its frames counted.
+    const std::lock_guard writer(CameraWriter());
+    // What could not be opened takes no frame, and a frame that is not taken is lost: the recording
+    // counts on.
+    if (g_camera.videoWriter != nullptr)
+        (void)Media().writeFrame(g_camera.videoWriter, PictureOf(image));
     const std::lock_guard data(CameraData());
     ++g_camera.recordFrameNumber;
 }
@@ -101,17 +101,15 @@ void RecordPicture()
 
 // -- the writer --
 
-// Exchanges the writer; the old one completes its file.
-static void UseWriter(void *video)
+void CloseVideo()
 {
+    void *video = nullptr;
     {
         const std::lock_guard writer(CameraWriter());
         std::swap(g_camera.videoWriter, video);
     }
     if (video != nullptr) (void)Media().closeVideo(video);
 }
-
-void CloseVideo() { UseWriter(nullptr); }
 
 // A process that ends while it records leaves a whole file. The handler comes after those of the
 // writer's libraries, so that it runs before them.
@@ -130,7 +128,8 @@ static void MakeEmptyFile(const char *path)
     if (file >= 0) (void)Files().close(file);
 }
 
-// Null when there is no such writer. Before the first 20 frames no rate has been measured.
+// Null when there is no such writer. Before the first 20 frames no rate has been measured, and one
+// beyond what can be written is as good as none.
 static void *OpenWriter(const char *path, const cv::Size &size)
 {
     if (IsOtherFormat(path)) {
@@ -144,7 +143,7 @@ static void *OpenWriter(const char *path, const cv::Size &size)
         rate = g_camera.framesPerSecond;
         color = (g_camera.colorMode & kColor) != 0 || g_camera.simulate != 0;
     }
-    if (!(rate > 0.0 && rate <= kHighestRate)) rate = kRateInstead;
+    if (!(rate >= kLowestRate && rate <= kHighestRate)) rate = kRateInstead;
     void *video = Media().openVideo(path, rate, size.width, size.height, color);
     if (video != nullptr) CloseVideoBeforeExit();
     return video;
@@ -171,7 +170,9 @@ static cv::Size SizeOfVideo(bool withOverlay)
         const std::lock_guard picture(CameraPicture());
         display = g_camera.scaledImage.size();
     }
-    if (CameraGet(&ZVK_CameraState::simulate) != 0) {
+    // Where there is no picture, for want of memory, the next region makes one of the size that
+    // was.
+    if (CameraGet(&ZVK_CameraState::simulate) != 0 && !display.empty()) {
         const std::lock_guard data(CameraData());
         g_camera.displayWidth = display.width;
         g_camera.displayHeight = display.height;
@@ -181,9 +182,13 @@ static cv::Size SizeOfVideo(bool withOverlay)
     return g_camera.acquiredImage.size();
 }
 
-static void BeginRecording()
+// The new writer and its counters at once, so that no frame of an old recording is counted in the
+// new file, or written there and not counted.
+static void BeginRecording(void *video)
 {
     const double now = Clock().timer();
+    const std::lock_guard writer(CameraWriter());
+    g_camera.videoWriter = video;
     const std::lock_guard data(CameraData());
     g_camera.recording = 1;
     g_camera.recordingActive = 1;
@@ -201,9 +206,8 @@ static int32_t StartRecording(char *pathName, bool withOverlay)
         if (!NameVideo(pathName, withOverlay, made)) return ZVK_CAMERA_NO_MEMORY;
         path = made;
     }
-    UseWriter(nullptr);  // first, as both may have the same file
-    UseWriter(OpenWriter(path, SizeOfVideo(withOverlay)));
-    BeginRecording();
+    CloseVideo();  // first, as both may have the same file
+    BeginRecording(OpenWriter(path, SizeOfVideo(withOverlay)));
     return ZVK_SUCCESS;
 }
 

@@ -38,6 +38,7 @@ struct Attempt
 constexpr int kUncompressed = 0;
 constexpr int kMotionJpeg = 0x47504A4D;  // "MJPG"
 constexpr int kMpeg4 = 0x7634706D;       // "mp4v"
+constexpr int kNarrowest = 4;            // columns, of FFmpeg
 
 // Extensions of a file are compared without regard to case, as the writers do it.
 static bool HasExtension(std::string_view fileName, std::string_view lowercase)
@@ -50,18 +51,27 @@ static bool HasExtension(std::string_view fileName, std::string_view lowercase)
                               equals);
 }
 
-// The writers and codecs of a container, in the order in which they are tried. Uncompressed frames
-// in a QuickTime file are taken and can't be read by anyone. The last one of .avi is OpenCV's own,
-// where FFmpeg isn't there; it rounds the rate.
+// The writers and codecs of a container, in the order in which they are tried; none for any other
+// name, since FFmpeg empties the file of each name that it knows before it finds that it can't put
+// frames there. Uncompressed frames in a QuickTime file are taken and can't be read by anyone. The
+// last one of .avi is OpenCV's own, where FFmpeg isn't there; it rounds the rate.
 static std::span<const Attempt> AttemptsFor(std::string_view fileName)
 {
     static constexpr Attempt kQuickTime[] = {{cv::CAP_FFMPEG, kMpeg4}};
     static constexpr Attempt kAvi[] = {{cv::CAP_FFMPEG, kUncompressed},
                                        {cv::CAP_FFMPEG, kMotionJpeg},
                                        {cv::CAP_OPENCV_MJPEG, kMotionJpeg}};
-    if (HasExtension(fileName, ".mp4") || HasExtension(fileName, ".mov")) return kQuickTime;
     const std::span<const Attempt> all = kAvi;
-    return HasExtension(fileName, ".avi") ? all : all.first(2);
+    if (HasExtension(fileName, ".avi")) return all;
+    if (HasExtension(fileName, ".mkv")) return all.first(2);
+    if (HasExtension(fileName, ".mp4") || HasExtension(fileName, ".mov")) return kQuickTime;
+    return {};
+}
+
+// FFmpeg converts four columns at a time, and writes beyond its rows where there are fewer.
+static bool CanTake(const Attempt &attempt, const cv::Size &size)
+{
+    return attempt.writer != cv::CAP_FFMPEG || size.width >= kNarrowest;
 }
 
 // The library only reads it, but takes no pointer to constant pixels.
@@ -103,7 +113,8 @@ static void *OpenVideo(const char *fileName, double rate, int32_t width, int32_t
         auto video = std::make_unique<Video>();
         video->size = {width, height};
         for (const Attempt &attempt : AttemptsFor(fileName))
-            if (OpenWith(video->writer, attempt, fileName, rate, video->size, color))
+            if (CanTake(attempt, video->size) &&
+                OpenWith(video->writer, attempt, fileName, rate, video->size, color))
                 return video.release();
     } catch (const std::exception &) {  // no memory
     }

@@ -12,10 +12,9 @@
 
 // - encode: the bytes of a picture's file, in the format that the name's extension tells. `bytes`
 //   is undefined when that fails.
-// - openVideo: begins a video of that rate (frames a second, more than 0) and size in the format
-//   that the name's extension tells; a file of that name is replaced. Null when no writer takes it,
-//   and a file of that name is then left alone where the writer's check comes before its first
-//   byte, as it does for a name that tells no format.
+// - openVideo: begins a video of that rate (frames a second, 0.1 to 1000) and size in the container
+//   that the name's extension tells (.avi, .mkv, .mp4, .mov); a file of that name is replaced. Null
+//   for any other name and when no writer takes it.
 // - writeFrame: adds a frame. One of another size is scaled to that of the video.
 // - closeVideo: completes the file. Ends the handle also when that fails.
 // 0, or a negative code. No call throws.

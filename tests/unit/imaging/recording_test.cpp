@@ -2,10 +2,13 @@
 // counted, what a start and a stop do.
 
 #include "camera_fixture.h"
+#include "failing_memory.h"
 #include "imaging/recording.h"
 #include "recording_media.h"
 
 #include "quorvex/errors.h"
+
+#include <opencv2/imgproc.hpp>
 
 #include <filesystem>
 #include <limits>
@@ -179,6 +182,7 @@ TEST_F(Recording, FramesThatPassWhileTheStopWaitsCountInTheSpan)
     int waits = 0;
     clock.OnWait([&] {
         if (++waits == 1) Frames(2);
+        EXPECT_EQ(media.Open(), (Calls{"v1"})) << "the file is closed behind the wait";
     });
     ASSERT_EQ(Record(false), ZVK_SUCCESS);
     clock.OnWait(nullptr);
@@ -239,11 +243,11 @@ TEST_F(Recording, StampsAreDrawnIntoTheFrameBehindItsHandOver)
     EXPECT_EQ(cv::countNonZero(g_camera.workImage.reshape(1)), 0) << "the copy has no stamp yet";
     EXPECT_GT(cv::countNonZero(g_camera.acquiredImage.reshape(1)), 100);
     EXPECT_EQ(g_camera.stampText, "0.02 sec  Frame Number: 0");
-    // Its place: from the middle of the frame, 26 rows above its end.
-    const cv::Mat &frame = g_camera.acquiredImage;
-    EXPECT_EQ(cv::countNonZero(frame(cv::Rect(0, 0, 127, 256)).clone().reshape(1)), 0);
-    EXPECT_EQ(cv::countNonZero(frame(cv::Rect(0, 0, 256, 215)).clone().reshape(1)), 0);
-    EXPECT_EQ(cv::countNonZero(frame(cv::Rect(0, 235, 256, 21)).clone().reshape(1)), 0);
+    // From the middle of the frame, 26 rows above its end, in the font of texts, in white.
+    cv::Mat stamped = cv::Mat::zeros(256, 256, CV_8UC3);
+    cv::putText(stamped, "0.02 sec  Frame Number: 0", {128, 230}, cv::FONT_HERSHEY_SIMPLEX, 0.4,
+                cv::Scalar(255, 255, 255, 0), 1, cv::LINE_AA);
+    EXPECT_EQ(cv::norm(stamped, g_camera.acquiredImage), 0.0);
     ASSERT_TRUE(Display());
     ASSERT_TRUE(Acquire());
     EXPECT_GT(cv::countNonZero(g_camera.workImage.reshape(1)), 100) << "the next one shows it";
@@ -381,6 +385,35 @@ TEST_F(Recording, TheMakersBackendLeavesTheFileOpenUntilTheNextStart)
     EXPECT_EQ(media.Open(), Calls()) << "a mode of exactly 1 alone";
 }
 
+TEST_F(Recording, OnlyTheMakersBackendModeAndFramesLeaveTheFileOpen)
+{
+    struct Row
+    {
+        const char *backend;
+        int32_t mode;
+        bool overlay;
+        bool open;
+    };
+    const std::vector<Row> rows = {
+        {"66", 1, false, true},  {"10", 1, false, false}, {"66", 2, false, false},
+        {"66", 0, false, false}, {"66", 1, true, false},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.backend);
+        g_camera = {};
+        Start({.backend = row.backend});
+        CameraSet(&ZVK_CameraState::recordWithOverlay, static_cast<uint8_t>(row.overlay));
+        ASSERT_EQ(ZVK_Camera_SaveVideoDCIMG(0, row.mode), ZVK_SUCCESS);
+        ASSERT_EQ(Record(true, "a.avi", row.overlay), ZVK_SUCCESS);
+        Frames(1);
+        ASSERT_EQ(Record(false), ZVK_SUCCESS);
+        EXPECT_EQ(media.Open().size(), row.open ? 1U : 0U);
+        EXPECT_EQ(Get(&ZVK_CameraState::recordingActive), 0);
+        EXPECT_EQ(Span(), 1);
+        CloseVideo();
+    }
+}
+
 TEST_F(Recording, AFullEndStopsTheRecordingAndClosesEveryFile)
 {
     Start({.simulate = "2"});
@@ -421,4 +454,44 @@ TEST_F(Recording, AStartReadsTheSizeOfTheWindowsPictureAgain)
     ASSERT_EQ(Record(true, "a.avi", true), ZVK_SUCCESS);
     EXPECT_EQ(DisplaySize(), (std::vector<int32_t>{800, 600}));
     EXPECT_EQ(media.Calls().back(), "open(a.avi, 50, 800x600, color) = v1");
+    CameraSet(&ZVK_CameraState::displayWidth, int32_t{1});
+    ASSERT_EQ(Record(true, "a.avi", false), ZVK_SUCCESS);
+    EXPECT_EQ(DisplaySize(), (std::vector<int32_t>{800, 600})) << "also for a video of frames";
+}
+
+TEST_F(Recording, AStartWithoutAPictureKeepsTheWindowsSize)
+{
+    Start();
+    {
+        FailingMemory memory;
+        memory.FailAt(1);
+        ASSERT_EQ(ZVK_Camera_SetROI(0, 2, 1, nullptr, nullptr), ZVK_CAMERA_NO_MEMORY);
+    }
+    ASSERT_EQ(Record(true, "a.avi", true), ZVK_SUCCESS);
+    ASSERT_EQ(Record(false), ZVK_SUCCESS);
+    EXPECT_EQ(DisplaySize(), (std::vector<int32_t>{800, 600}));
+    ASSERT_EQ(ZVK_Camera_SetROI(0, 1, 1, nullptr, nullptr), ZVK_SUCCESS);
+    Frames(1);
+    EXPECT_EQ(windows.Pictures().back().title, "Camera Window") << "pictures come back";
+}
+
+TEST_F(Recording, EachStartBeginsItsCountersAnew)
+{
+    Start();
+    ASSERT_EQ(Record(true, "a.avi"), ZVK_SUCCESS);
+    Frames(4);
+    ASSERT_EQ(Record(false), ZVK_SUCCESS);
+    ASSERT_EQ(Span(), 4);
+    ASSERT_EQ(Record(true, "b.avi"), ZVK_SUCCESS);
+    EXPECT_EQ(Span(), 0);
+    EXPECT_EQ(Written(), 0);
+}
+
+TEST_F(Recording, NamesHaveTwoDigitsForAllButTheYear)
+{
+    Start();
+    clock.SetLocalTime(
+        {.hours = 1, .minutes = 2, .seconds = 3, .month = 4, .day = 5, .year = 2026});
+    ASSERT_EQ(Record(true, ""), ZVK_SUCCESS);
+    EXPECT_EQ(name, Videos() + "/20260405_010203.avi");
 }

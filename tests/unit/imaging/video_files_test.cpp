@@ -179,7 +179,10 @@ TEST_F(VideoFiles, FramesOfAnotherSizeAndOddOnesAreNotLost)
 TEST_F(VideoFiles, ANameThatTellsNoFormatLosesNoFileOfThatName)
 {
     Start();
-    for (const char *file : {"old.xyz", "old", "old.txt"}) {
+    // The writers know many of these names, and have no place for frames there.
+    for (const char *file : {"old.xyz", "old", "old.txt", "old.gif", "old.wav", "old.mp3",
+                             "old.xml", "old.srt", "old.webm", "old.png", "old.ini.mpg", "avi"})
+    {
         folder.Write(file, "what was there");
         Record(folder.Path(file), 2);
         EXPECT_EQ(folder.Read(file), "what was there") << file;
@@ -187,6 +190,54 @@ TEST_F(VideoFiles, ANameThatTellsNoFormatLosesNoFileOfThatName)
     }
     Record(folder.Path("no/such/folder/a.avi"), 2);
     EXPECT_EQ(Get(&ZVK_CameraState::recordedSpan), 2);
+}
+
+TEST_F(VideoFiles, FramesOfEachSizeAreWrittenOrTheFileOfThatNameIsLeftAlone)
+{
+    struct Row
+    {
+        const char *nativeX;  // a frame has half of it
+        const char *nativeY;
+        size_t avi;  // frames read back
+        size_t mkv;
+    };
+    // Narrow ones have OpenCV's own writer alone.
+    const std::vector<Row> rows = {
+        {"2", "2", 3, 0},  {"4", "4", 3, 0},  {"6", "90", 3, 0},    {"4", "18000", 3, 0},
+        {"8", "90", 3, 3}, {"90", "4", 3, 3}, {"18000", "4", 3, 3}, {"90", "2", 3, 0},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(std::string(row.nativeX) + " by " + row.nativeY);
+        g_camera = {};
+        Start({.nativeX = row.nativeX, .nativeY = row.nativeY});
+        folder.Write("a.mkv", "what was there");
+        Record(folder.Path("a.avi"), 3);
+        Record(folder.Path("a.mkv"), 3);
+        EXPECT_EQ(ReadBack(folder.Path("a.avi")).size(), row.avi);
+        if (row.mkv > 0) {
+            EXPECT_EQ(ReadBack(folder.Path("a.mkv")).size(), row.mkv);
+        } else {
+            EXPECT_EQ(folder.Read("a.mkv"), "what was there");
+        }
+        EXPECT_EQ(Get(&ZVK_CameraState::recordFrameNumber), 3);
+        ASSERT_EQ(ZVK_Camera_Shutdown(0), ZVK_SUCCESS);
+    }
+}
+
+TEST_F(VideoFiles, ALowRateIsKeptAndOneThatNoFileHoldsBecomes50)
+{
+    Start();
+    const std::pair<double, double> rows[] = {{0.1, 0.1},   {0.5, 0.5},     {0.05, 50.0},
+                                              {1e-9, 50.0}, {1e-320, 50.0}, {1000.0, 1000.0}};
+    for (const auto &[measured, held] : rows) {
+        for (const char *file : {"rate.avi", "rate.mkv", "rate.mp4"}) {
+            CameraSet(&ZVK_CameraState::framesPerSecond, measured);
+            const std::string path = folder.Path(file);
+            Record(path, 3);
+            EXPECT_NEAR(RateOf(path), held, 0.01 * held) << file << measured;
+            EXPECT_EQ(ReadBack(path).size(), 3U) << file << measured;
+        }
+    }
 }
 
 TEST_F(VideoFiles, StampsHaveAPointWhateverTheLocale)
@@ -214,7 +265,7 @@ TEST_F(VideoFiles, ARecordingOnRealThreadsHasTheFramesThatItCounted)
         ASSERT_EQ(ZVK_Camera_SaveVideo(0, 0, path.data(), 0), ZVK_SUCCESS);
         const auto written = static_cast<size_t>(Get(&ZVK_CameraState::recordFrameNumber));
         const size_t held = ReadBack(path).size();
-        EXPECT_LE(held, written);
+        EXPECT_LE(held, written) << "each frame in the file is counted when the stop returns";
         EXPECT_GE(held + 1, written) << "a frame that came while the file was closed";
         EXPECT_LE(Get(&ZVK_CameraState::recordFrameNumber),
                   Get(&ZVK_CameraState::recordedSpan) + 1);
