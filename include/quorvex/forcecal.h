@@ -669,7 +669,8 @@ ZVK_API int32_t ZVK_ForceCal_SaveDataRWQS(SessionHandle SessionHandle, const cha
  * Reads the sixteen files and analyses them anew under the present settings. Runs that hold nothing
  * are marked as empty. Does not ask whether the module is up. Histograms come back only into a
  * container that a run without oscillation has filled in this process, and potentials are not
- * fitted: call ZVK_ForceCal_UpdatePotFits.
+ * fitted: call ZVK_ForceCal_UpdatePotFits. What a header lacks keeps the value of before, rows that
+ * a file lacks are 0; a count above 65536 that is also above the bytes of the file is no count.
  *
  * @return 0, else the first that applies:
  *         ZVK_FORCECAL_FILE_FAILED   one of the files can't be opened; nothing read

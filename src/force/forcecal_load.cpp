@@ -9,6 +9,7 @@
 #include <new>
 
 constexpr double kLeastSampleRate = 0.0001;
+constexpr int64_t kAlwaysBelieved = 65536;  // rows
 
 // Each line is looked for where the one before it ended, whether that one was found or not.
 template <class Value>
@@ -45,10 +46,11 @@ static bool ScanRow(ZVK_TextScan &scan, const char *comma, double *const (&colum
            ScanDouble(scan, columns[1]) && ScanDouble(scan, columns[2]) && ScanText(scan, "\n");
 }
 
-// Every row takes some bytes of the file.
-static bool CanHold(const ZVK_TextScan &scan, int32_t rows)
+// A file that was cut off has fewer rows than its header says: the rest is 0. But a count of rows
+// beyond the bytes of the file is believed only where it asks for little memory.
+static bool IsBelievable(const ZVK_TextScan &scan, int32_t rows)
 {
-    return rows >= 0 && rows <= TextScanSize(scan);
+    return rows >= 0 && rows <= std::max(TextScanSize(scan), kAlwaysBelieved);
 }
 
 // The header's count is not that of the series that were there.
@@ -64,7 +66,7 @@ static void ForgetSeries(ZVK_ForceCalDataContainer &data)
 static int32_t ScanSeries(ZVK_TextScan &scan, ZVK_ForceCalDataContainer &data)
 {
     data.TDValid = 0;
-    if (!CanHold(scan, data.NumberOfSamples)) {
+    if (!IsBelievable(scan, data.NumberOfSamples)) {
         data.NumberOfSamples = 0;
         return ZVK_FORCECAL_NO_TIME_DATA;
     }
@@ -82,7 +84,8 @@ static int32_t ScanSeries(ZVK_TextScan &scan, ZVK_ForceCalDataContainer &data)
 // The stored spectrum serves only until the one that is computed anew, or where that fails.
 static bool ScanSpectrum(ZVK_TextScan &scan, ZVK_ForceCalDataContainer &data)
 {
-    const bool usable = data.NumberOfFrequencies > 0 && CanHold(scan, data.NumberOfFrequencies);
+    const bool usable =
+        data.NumberOfFrequencies > 0 && IsBelievable(scan, data.NumberOfFrequencies);
     data.FDValid = 0;
     if (!usable) data.NumberOfFrequencies = 0;
     if (!EnsureSpectrumArrays(data) ||

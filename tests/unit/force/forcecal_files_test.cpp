@@ -281,11 +281,28 @@ TEST_F(ForceCalFiles, AnEmptyOrCutFileKeepsWhatItDoesNotHave)
     EXPECT_EQ(g_forceCal.Data[0][0].TDValid, 1);
 }
 
+TEST_F(ForceCalFiles, MissingRowsAreZero)
+{
+    PutRun(0, 0);
+    ASSERT_EQ(Save(), 0);
+    std::string text = folder.Read("run_TDAxdat");
+    const double last = g_forceCal.Data[0][0].TD[2][31];
+    text.replace(text.find("Samples: 32"), 11, "Samples: 8000");
+    folder.Write("run_TDAxdat", text);
+    Forget();
+    EXPECT_EQ(Load(), 0);
+    EXPECT_EQ(g_forceCal.Data[0][0].NumberOfSamples, 8000);
+    EXPECT_EQ(g_forceCal.Data[0][0].NumberOfFrequencies, 2000);
+    EXPECT_NEAR(g_forceCal.Data[0][0].TD[2][31], last, 1e-12);
+    EXPECT_EQ(g_forceCal.Data[0][0].TD[2][32], 0.0);
+    EXPECT_EQ(g_forceCal.Data[0][0].TD[2][7999], 0.0);
+}
+
 TEST_F(ForceCalFiles, ACountThatTheFileCannotHoldIsNotBelieved)
 {
     PutRun(0, 0);
     ASSERT_EQ(Save(), 0);
-    for (const char *count : {"2147483647", "99999999999", "-5"}) {
+    for (const char *count : {"65537", "2147483647", "99999999999", "-5"}) {
         Forget();
         std::string text = folder.Read("run_TDAxdat");
         const size_t at = text.find("Samples: ") + 9;

@@ -3,6 +3,7 @@
 #include "forcecal_fixture.h"
 
 #include "failing_memory.h"
+#include "numerics/statistics.h"
 #include "platform/memory.h"
 
 #include <cmath>
@@ -316,4 +317,43 @@ TEST_F(ForceCalSpectrum, OfExactTrappedMotionIsItsClosedFormWithinItsScatter)
     }
     EXPECT_LT(worst, 5.5) << "in standard errors";
     EXPECT_LT(std::fabs(mean), 4.0 / std::sqrt(n / 2.0));
+}
+
+// Such motion at a rate far above its corner has a Lorentzian spectrum. Ten records tell what the
+// corner and the deviation scatter by, and their means lie within that of the numbers put in.
+TEST_F(ForceCalSpectrum, OfExactTrappedMotionGivesItsCornerAndItsDeviationWithinTheirScatter)
+{
+    const int n = 16384;
+    const int segments = 20;
+    const double corner = 60.0;
+    const double rate = 16384.0;
+    const double c = std::exp(-kTwoPi * corner / rate);
+    g_forceCal.MaxFFT = n;
+    g_forceCal.FitStartFrequency = 4.5;
+    g_forceCal.FitStopFrequency = 800.5;
+    Data().OscFrequency = -1.0;
+    std::mt19937_64 generator(641);
+    std::normal_distribution<double> normal;
+    std::vector<double> x(static_cast<size_t>(n) * segments);
+    std::vector<double> corners;
+    std::vector<double> variances;
+    for (int record = 0; record < 10; ++record) {
+        double position = normal(generator);
+        for (double &value : x) {
+            value = position;
+            position = c * position + std::sqrt(1.0 - c * c) * normal(generator);
+        }
+        Analyse(x, segments, rate);
+        ASSERT_EQ(ZVK_ForceCal_CreateFDFit(&Data()), 0);
+        corners.push_back(Data().CornerFrequency[0]);
+        variances.push_back(Data().TDStdDev[0] * Data().TDStdDev[0]);
+    }
+    const ZVK_Spread corners10 = StandardDeviation(corners.data(), 10);
+    const ZVK_Spread variances10 = StandardDeviation(variances.data(), 10);
+    EXPECT_NEAR(corners10.mean, corner, 4.0 * corners10.standardDeviation / 3.0);
+    EXPECT_LT(corners10.standardDeviation / corner, 0.05);
+    // The first segment's 1 s holds 2 pi 60 / 2 independent values, so its variance scatters by
+    // sqrt(2 / 188), 0.1.
+    EXPECT_NEAR(variances10.mean, 1.0, 4.0 * 0.103 / std::sqrt(10.0));
+    EXPECT_NEAR(variances10.standardDeviation, 0.103, 0.08);
 }
