@@ -12,14 +12,27 @@ constexpr double kBoltzmann = 1.3806488e-23;  // J/K
 constexpr double kStoredPi = 3.14159;
 constexpr double kMetresInMicrometre = 1e-6;
 
-// The bin of the oscillation, or -1.
-static int32_t FindPeak(const ZVK_ForceCalDataContainer &data)
+// The axis, which goes on behind its last bin.
+static double AxisAt(const ZVK_ForceCalDataContainer &data, int32_t k)
 {
-    const double width = data.FDAxis[2] - data.FDAxis[1];
-    for (int32_t k = 0; k < data.NumberOfFrequencies; ++k) {
-        if (std::fabs(data.OscFrequency - data.FDAxis[k]) < width / 2.0) return k;
-    }
-    return -1;
+    return k < data.NumberOfFrequencies ? data.FDAxis[k] : k / data.MeasurementTime;
+}
+
+// The array has room for the longest spectrum; behind that there is no power.
+static double PowerAt(const ZVK_ForceCalDataContainer &data, int32_t signal, int32_t k)
+{
+    return k < SpectrumRoom() ? data.FD[signal][k] : 0.0;
+}
+
+// The bin of the oscillation. Without one it is the place behind the last bin, and the result means
+// nothing, as that of a run without oscillation.
+static int32_t FindPeak(const ZVK_ForceCalDataContainer &data, double width)
+{
+    int32_t k = 0;
+    while (k < data.NumberOfFrequencies &&
+           !(std::fabs(data.OscFrequency - data.FDAxis[k]) < width / 2.0))
+        ++k;
+    return k;
 }
 
 int32_t ZVK_ForceCal_ComputeNLCalibration(struct ZVK_ForceCalDataContainer *Data)
@@ -27,18 +40,17 @@ int32_t ZVK_ForceCal_ComputeNLCalibration(struct ZVK_ForceCalDataContainer *Data
     if (Data->FDFitValid == 0) return ZVK_FORCECAL_NO_FIT;
     const int32_t signal = Data->OscAxis;
     if (signal < 0 || signal >= kSignals) return ZVK_FORCECAL_NO_FIT;
-    // The fit's flag alone counts; what follows keeps to the arrays.
-    if (!HasSpectrumArrays(*Data) || Data->NumberOfFrequencies < 3) return ZVK_FORCECAL_NO_SPECTRUM;
-    const int32_t peak = FindPeak(*Data);
-    if (peak < 0) return ZVK_FORCECAL_NO_SPECTRUM;
+    // The fit's flag alone counts, not the spectrum's; but there have to be arrays.
+    if (!HasSpectrumArrays(*Data)) return ZVK_FORCECAL_NO_SPECTRUM;
 
     const double f = Data->OscFrequency;
     const double a = Data->LorentzAmplitude[signal];
     const double c = Data->CornerFrequency[signal];
-    const double width = Data->FDAxis[2] - Data->FDAxis[1];
-    const double peakFrequency = Data->FDAxis[peak];
+    const double width = AxisAt(*Data, 2) - AxisAt(*Data, 1);
+    const int32_t peak = FindPeak(*Data, width);
+    const double peakFrequency = AxisAt(*Data, peak);
     const double background = a / (f * f + c * c);
-    const double measured = (Data->FD[signal][peak] - background) * width;
+    const double measured = (PowerAt(*Data, signal, peak) - background) * width;
     const double amplitude = Data->OscAmplitude * kMetresInMicrometre;
     // The bin's frequency here, the oscillation's in the background: as it is meant.
     const double theory =

@@ -318,6 +318,13 @@ TEST_F(ForceCalFit, EachAllocationThatFailsLeavesNoFit)
     }
 }
 
+// What a peak of no power at this frequency makes of beta.
+static double BetaWithoutPower(double f, double binFrequency, double width, double a, double c)
+{
+    const double theory = std::pow(0.2e-6, 2) / (2.0 * (c * c / (binFrequency * binFrequency) + 1));
+    return std::sqrt(theory / (a / (f * f + c * c) * width));
+}
+
 class ForceCalActive : public ForceCalFit
 {
 protected:
@@ -391,10 +398,9 @@ TEST_F(ForceCalActive, TakesTheWidthOfABinTheSignalOfTheAxisAndTheBinsOwnFrequen
 TEST_F(ForceCalActive, APeakHalfwayBetweenTwoBinsIsInNeither)
 {
     PutRun(1e-6);
-    Data().Beta = 7.0;
     Data().OscFrequency = 31.5;
-    EXPECT_LT(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0);
-    EXPECT_EQ(Data().Beta, 7.0);
+    EXPECT_EQ(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0);
+    EXPECT_NEAR(Data().Beta / BetaWithoutPower(31.5, 400.0, 1.0, kA, kCorner), 1.0, 1e-12);
 }
 
 TEST_F(ForceCalActive, APeakAsFarBelowTheLorentzianGivesTheSameBeta)
@@ -419,14 +425,33 @@ TEST_F(ForceCalActive, APeakThatEqualsTheBackgroundGivesAnInfiniteBetaAndNoStiff
 TEST_F(ForceCalActive, NothingIsReadOutsideTheSpectrum)
 {
     PutRun(1e-6);
-    Data().Beta = 7.0;
     Data().OscFrequency = 5000.0;
-    EXPECT_LT(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0);
-    Data().OscFrequency = 0.0;
-    Data().NumberOfFrequencies = 2;
-    EXPECT_LT(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0);
+    EXPECT_EQ(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0) << "nothing reports it";
+    EXPECT_NEAR(Data().Beta / BetaWithoutPower(5000.0, 400.0, 1.0, kA, kCorner), 1.0, 1e-12)
+        << "the place behind the last bin";
+
+    g_forceCal.MaxFFT = 399;  // a spectrum as long as its room
+    EXPECT_EQ(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0);
+    EXPECT_NEAR(Data().Beta / BetaWithoutPower(5000.0, 400.0, 1.0, kA, kCorner), 1.0, 1e-12);
+    g_forceCal.MaxFFT = 5000;
+
+    for (const int32_t bins : {0, 1, 2}) {
+        PutSpectrum(Data(), std::vector<double>(bins, 0.0), 0.5);
+        std::fill_n(Data().FD[1], 10, 0.0);
+        Data().OscFrequency = 2.0;
+        EXPECT_EQ(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0);
+        const double place = bins == 2 ? 2.0 : 2.0 * bins;
+        EXPECT_DOUBLE_EQ(Data().Beta, BetaWithoutPower(2.0, place, 2.0, kA, kCorner)) << bins;
+    }
+
+    Data().Beta = 7.0;
     Data().OscAxis = 3;
-    EXPECT_LT(ZVK_ForceCal_ComputeNLCalibration(&Data()), 0);
+    EXPECT_EQ(ZVK_ForceCal_ComputeNLCalibration(&Data()), ZVK_FORCECAL_NO_FIT);
+    Data().OscAxis = -1;
+    EXPECT_EQ(ZVK_ForceCal_ComputeNLCalibration(&Data()), ZVK_FORCECAL_NO_FIT);
+    Data().OscAxis = 1;
+    EXPECT_EQ(ZVK_ForceCal_Shutdown(0), 0);
+    EXPECT_EQ(ZVK_ForceCal_ComputeNLCalibration(&Data()), ZVK_FORCECAL_NO_SPECTRUM);
     EXPECT_EQ(Data().Beta, 7.0);
 }
 
