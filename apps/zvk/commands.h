@@ -9,7 +9,9 @@
 
 using Arguments = std::vector<std::string>;
 
-int LaserCommand(const Arguments &arguments);  // laser.cpp
-int LiveCommand(const Arguments &arguments);   // live.cpp
+int AnalyseCommand(const Arguments &arguments);    // analyse.cpp
+int CalibrateCommand(const Arguments &arguments);  // calibrate.cpp
+int LaserCommand(const Arguments &arguments);      // laser.cpp
+int LiveCommand(const Arguments &arguments);       // live.cpp
 
 #endif

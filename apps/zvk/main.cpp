@@ -15,6 +15,9 @@ struct CommandRow
 static int HelpCommand(const Arguments &arguments);
 
 static constexpr CommandRow kCommands[] = {
+    {"analyse", "report on a force calibration from its data files", AnalyseCommand},
+    {"calibrate", "find stiffness and sensitivity; without an instrument on the virtual one",
+     CalibrateCommand},
     {"laser", "let the laser emit for as long as the command runs", LaserCommand},
     {"live", "steer traps with the mouse in the camera window", LiveCommand},
     {"help", "tell what there is", HelpCommand},
@@ -24,7 +27,7 @@ static void PrintHelp(FILE *out)
 {
     std::fputs("usage: zvk COMMAND\n\n", out);
     for (const CommandRow &row : kCommands)
-        std::fprintf(out, "  %-6s %s\n", row.name, row.summary);
+        std::fprintf(out, "  %-10s %s\n", row.name, row.summary);
     std::fputs(
         "\nThe instrument folder is the one that ZVK_COMMON_APPDATA names; without it, a copy "
         "of\nthe simulated sample that goes at the end.\n",
