@@ -22,6 +22,7 @@ static const char kUsage[] =
     "  wheel                 zooms\n"
     "  keys, in the terminal a, b: the path that clicks add to; d: delete the trap touched last;\n"
     "                        q: quit\n\n"
+    "The red and the blue frame are the calibrated fields of path A and path B.\n"
     "Ctrl-C or closing the window ends the session, and with it the emission.\n";
 
 static std::string TextOf(int32_t status)
