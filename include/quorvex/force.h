@@ -129,7 +129,7 @@ ZVK_API int32_t ZVK_Force_GetMaxSampleRateSingleChannel(SessionHandle SessionHan
 /**
  * Ends the task of an acquisition that left it open. The module stays initialized, and Busy stays
  * as it is. A buffered acquisition that runs is ended; its buffers stay until
- * ZVK_Force_StopAcquireBuffered.
+ * ZVK_Force_StopAcquireBuffered. It waits until the thread has left, which is at once.
  *
  * @return 0
  */
@@ -155,7 +155,8 @@ ZVK_API int32_t ZVK_Force_Chunky2Planar(SessionHandle SessionHandle, double *Inp
  * @param InputData                     3 * NumberOfSamples doubles; null counts as 0 V
  * @param Channel1, Channel2, Channel3  in: null or a block of malloc, which is freed; out: new
  *                                      arrays of NumberOfSamples doubles; the caller frees them. A
- *                                      null argument is passed over.
+ *                                      null argument is passed over. An old array may be
+ *                                      InputData itself.
  * @return 0, else the first that applies:
  *         ZVK_FORCE_NOT_INITIALIZED
  *         ZVK_FORCE_NO_MEMORY        the arrays of this call are null

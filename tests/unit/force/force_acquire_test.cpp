@@ -1,11 +1,13 @@
 #include "force_fixture.h"
 
 #include "failing_memory.h"
+#include "platform/daqmx.h"
 #include "platform/memory.h"
 
 #include <cmath>
 #include <cstdlib>
 #include <numeric>
+#include <thread>
 
 using ForceAcquire = ForceTest;
 using Calls = std::vector<std::string>;
@@ -151,6 +153,65 @@ TEST_F(ForceAcquire, ATriggerThatFailsIsReturnedWithTheTaskLeftOpen)
     const Calls calls = card->Calls();
     EXPECT_EQ(calls[calls.size() - 4], "cfgDigEdgeStartTrig(t3, \"/Dev2/PFI1\", 10280)")
         << "behind the clock and before the first read";
+}
+
+TEST_F(ForceAcquire, FurtherFromMinusOneIsOutOfRange)
+{
+    for (const double rate : {-1.0002, -0.9998}) {
+        ResetForce();
+        BringUp();
+        HandedBlock data;
+        EXPECT_EQ(ZVK_Force_Acquire(0, rate, 1000, 1.0, &data, 4, nullptr),
+                  ZVK_FORCE_BAD_SAMPLE_RATE);
+    }
+}
+
+TEST_F(ForceAcquire, ATimeOutOfZeroIsOneTry)
+{
+    BringUp();
+    HandedBlock data;
+    EXPECT_EQ(ZVK_Force_Acquire(0, -1.0, 1000, 0.0, &data, 4, nullptr), 0);
+    EXPECT_EQ(card->Calls()[5], "readAnalogF64(t2, 1000, 0, 1, 1000)");
+}
+
+// Fails every second read.
+static int s_readsSoFar;
+static const ZVK_DaqTable *s_behind;
+
+static int32_t ReadEverySecondTime(ZVK_DaqTask task, int32_t samples, double timeoutS,
+                                   uint32_t layout, double *out, uint32_t room, int32_t *read,
+                                   uint32_t *reserved)
+{
+    if (s_readsSoFar++ % 2 == 0) {
+        *read = 0;
+        return -50103;
+    }
+    return s_behind->readAnalogF64(task, samples, timeoutS, layout, out, room, read, reserved);
+}
+
+TEST_F(ForceAcquire, OnlyReadsInARowThatGiveNothingCountAsACardThatIsGone)
+{
+    BringUp();
+    card->SupplySamples(Ramp(20000));
+    s_readsSoFar = 0;
+    s_behind = &Daq();
+    ZVK_DaqTable table = *s_behind;
+    table.readAnalogF64 = ReadEverySecondTime;
+    UseDaq(&table);
+    HandedBlock data;
+    EXPECT_EQ(ZVK_Force_Acquire(0, -1.0, 20000, 1.0, &data, 4, nullptr), 0);
+    EXPECT_EQ(data.Values(20000), Ramp(20000));
+    EXPECT_EQ(s_readsSoFar, 40);
+
+    s_readsSoFar = 0;
+    card->SupplySamples(Ramp(20000));
+    int32_t channels = 0;
+    ASSERT_EQ(ZVK_Force_AcquireBuffered(0, -1.0, 2, 10000, 1.0, 4, &channels), 0);
+    while (LoadShared(g_force.ThreadOwed) != 0)  // up to the overrun
+        std::this_thread::yield();
+    EXPECT_EQ(messages->Posts().size(), 2U);
+    EXPECT_EQ(ZVK_Force_StopAcquireBuffered(0), 0);
+    UseDaq(s_behind);
 }
 
 TEST_F(ForceAcquire, ANegativeTimeOutWaitsForEver)

@@ -321,7 +321,9 @@ TEST_F(ForceBuffered, SimulatedMakesARingAndStopsOnlyOnce)
     EXPECT_EQ(ZVK_Force_GrabBuffer(0, 1, &data, &reading), 0);
     EXPECT_EQ(data, nullptr);
     EXPECT_EQ(reading, 0);
+    g_force.KeepRunning = 1;
     EXPECT_EQ(ZVK_Force_StopAcquireBuffered(0), 0);
+    EXPECT_EQ(g_force.KeepRunning, 0);
     EXPECT_NE(g_force.Ring, nullptr) << "it stays allocated";
     EXPECT_EQ(ZVK_Force_StopAcquireBuffered(0), ZVK_FORCE_NOT_INITIALIZED);
     EXPECT_TRUE(card->Calls().empty());

@@ -207,6 +207,7 @@ TEST_F(ForceCalContainer, AClearFreesAllButTheSpectraAndKeepsWhatIsKept)
     double owned = 0;
     data.FDAlternate[0] = &owned;
     data.FDAlternateValid = 1;
+    data.PotFlag2 = data.PotFlag3 = 1;
     data.Beta = 1.25;
     data.K = 2.25;
     data.OscAmplitude = 0.5;
@@ -228,6 +229,8 @@ TEST_F(ForceCalContainer, AClearFreesAllButTheSpectraAndKeepsWhatIsKept)
     EXPECT_EQ(data.NumberOfFitEntries, 0);
     EXPECT_EQ(data.HistogramBins, 0);
     EXPECT_EQ(data.PotValid, 0);
+    EXPECT_EQ(data.PotFlag2, 0);
+    EXPECT_EQ(data.PotFlag3, 0);
     EXPECT_EQ(data.OscAxis, 3);
     EXPECT_EQ(data.OscFrequency, -1.0);
     EXPECT_EQ(data.OscAmplitude, 0.5);

@@ -411,6 +411,7 @@ TEST_F(ForceCalInit, AnotherMediumTakesTheArgumentAndAnUnknownOneIsRefused)
     EXPECT_EQ(ZVK_ForceCal_SetMedium(0, 2), 0);
     EXPECT_EQ(ZVK_ForceCal_ComputeViscosity(0, 0.125), 0);
     EXPECT_EQ(g_forceCal.Viscosity, 0.125);
+    EXPECT_EQ(g_forceCal.Medium, 2);
     for (const int32_t medium : {0, 3, -1}) {
         EXPECT_EQ(ZVK_ForceCal_SetMedium(0, medium), 0);
         EXPECT_EQ(ZVK_ForceCal_ComputeViscosity(0, 5.0), ZVK_FORCECAL_BAD_MEDIUM);

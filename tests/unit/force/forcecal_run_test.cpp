@@ -274,6 +274,7 @@ TEST_F(ForceCalRun, ARunRecordsWholePeriodsTimesSegmentsOfOnePath)
     g_forceCal.SampleRate = 65536.0;
     g_forceCal.CycleLength = 2048;
     g_forceCal.Averages = 10;
+    g_forceCal.Amplitude = 0.3;
     card->SupplySamples({0.5, -0.25, 2.0, 1.0, 0.75, 4.0});
     EXPECT_EQ(ZVK_ForceCal_AcquireData(0, 1, 3), 0);
     const auto calls = card->Calls();
