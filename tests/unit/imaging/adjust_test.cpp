@@ -113,14 +113,14 @@ TEST_F(ImageAdjust, AStretchMapsTheLimitsTo0And255AndCutsOff)
 {
     Start();
     cv::Mat input(1, 5, CV_8UC3);
-    const int values[] = {10, 50, 100, 150, 200};
+    const int values[] = {10, 50, 101, 149, 200};
     for (int i = 0; i < 5; ++i)
         input.at<cv::Vec3b>(0, i) = cv::Vec3b::all(static_cast<uint8_t>(values[i]));
     cv::Mat output;
     ZVK_Camera_AdjustBrightnessContrast(input, output, 50.0, 150.0);
-    const int expected[] = {0, 0, 128, 255, 255};  // 50 * 2.55 is 127.5
+    const int expected[] = {0, 0, 130, 252, 255};  // 51 * 2.55 is 130.05, 99 * 2.55 is 252.45
     for (int i = 0; i < 5; ++i)
-        EXPECT_NEAR(At(output, i, 0)[1], expected[i], 1) << i;
+        EXPECT_EQ(At(output, i, 0), (Pixel(3, expected[i]))) << i;
     EXPECT_EQ(output.type(), CV_8UC3);
 }
 
@@ -206,6 +206,99 @@ TEST_F(ImageAdjust, AutomaticLimitsComeFromEachFrameByTheColorMode)
         EXPECT_NEAR(limits[1], row.limits[1], 1.0);
         EXPECT_EQ(Shown(700, 500), (Pixel{200, 50, 40})) << "the simulated frame isn't stretched";
     }
+}
+
+TEST_F(ImageAdjust, LimitsAreTakenOfAllPlanes)
+{
+    Start({.colorMode = "1"});
+    ASSERT_EQ(ZVK_Camera_SetAutoContrast(0, 1), ZVK_SUCCESS);
+    for (int brightest = 0; brightest < 3; ++brightest) {
+        cv::Scalar color(100, 100, 100);
+        color[brightest] = 200;
+        color[(brightest + 1) % 3] = 50;
+        Show(Frame(color));
+        EXPECT_EQ(Limits(), (Counts{50.0, 200.0})) << brightest;
+    }
+}
+
+TEST_F(ImageAdjust, LimitsAreThoseOfTheFrameInHandAndNotOfALaterOne)
+{
+    for (const char *colorMode : {"1", "2"}) {
+        SCOPED_TRACE(colorMode);
+        g_camera = {};
+        Start({.colorMode = colorMode});
+        ASSERT_EQ(ZVK_Camera_SetAutoContrast(0, 1), ZVK_SUCCESS);
+        {
+            const std::lock_guard lock(CameraFrame());
+            g_camera.acquiredImage.setTo(cv::Scalar::all(30));
+        }
+        ASSERT_TRUE(Acquire());
+        {
+            const std::lock_guard lock(CameraFrame());
+            g_camera.acquiredImage.setTo(cv::Scalar::all(90));
+        }
+        ASSERT_TRUE(Display());
+        EXPECT_EQ(Limits(), (Counts{30.0, 30.0}));
+    }
+}
+
+// Every mode and every size of window, with everything on that works on frames.
+TEST_F(ImageAdjust, TheSimulatedCamerasImagesSufficeForEachModeAndEachSize)
+{
+    struct Size
+    {
+        const char *width;
+        const char *height;
+    };
+    const std::vector<Size> sizes = {{"31", "7"}, {"256", "256"}, {"1", "1"}, {"1500", "2"}};
+    for (int mode = 0; mode < 64; ++mode) {
+        const Size &size = sizes[static_cast<size_t>(mode) % sizes.size()];
+        SCOPED_TRACE(mode);
+        g_camera = {};
+        Start({.colorMode = std::to_string(mode),
+               .width = size.width,
+               .height = size.height,
+               .histogram = "1"});
+        ASSERT_EQ(ZVK_Camera_SetAutoContrast(0, 1), ZVK_SUCCESS);
+        ASSERT_EQ(ZVK_Camera_SetComputeHistogram(0, 1), ZVK_SUCCESS);
+        ASSERT_EQ(ZVK_Camera_EnableLiveAsBackgroundImage(0, 1), ZVK_SUCCESS);
+        ASSERT_EQ(ZVK_Camera_SetCurrentLiveAsBackgroundImage(0), ZVK_SUCCESS);
+        ASSERT_EQ(ZVK_Camera_SetOverlayAlpha(0, 0.5), ZVK_SUCCESS);
+        for (const double zoom : {1.0, 3.0}) {
+            const size_t shown = windows.Pictures().size();
+            ASSERT_EQ(ZVK_Camera_SetZoom(0, 10, 200, zoom), ZVK_SUCCESS);
+            ASSERT_EQ(ZVK_Camera_SetContrastLimits(0, 10.0, 90.0), ZVK_SUCCESS);
+            ASSERT_EQ(ZVK_Camera_AdjustFlOverlayRGB(0, 0.1, 0.2, 0.3), ZVK_SUCCESS);
+            ASSERT_EQ(ZVK_Camera_ComputeHistogram(0), ZVK_SUCCESS);
+            Show(Frame({40, 50, 60}));
+            EXPECT_GT(windows.Pictures().size(), shown);
+            EXPECT_EQ(windows.Pictures().back().title, "Camera Window");
+        }
+        ASSERT_EQ(ZVK_Camera_Shutdown(0), ZVK_SUCCESS);
+    }
+}
+
+TEST_F(ImageAdjust, AnAlphaThatIsNoNumberIsStoredAndEndsNothing)
+{
+    Start();
+    EXPECT_EQ(ZVK_Camera_SetOverlayAlpha(0, std::numeric_limits<double>::quiet_NaN()), ZVK_SUCCESS);
+    EXPECT_TRUE(std::isnan(Get(&ZVK_CameraState::overlayAlpha)));
+    ASSERT_EQ(ZVK_Camera_EnableLiveAsBackgroundImage(0, 1), ZVK_SUCCESS);
+    Show(Frame({1, 2, 3}));
+    ASSERT_EQ(ZVK_Camera_SetOverlayAlpha(0, 1.0), ZVK_SUCCESS);
+    Show(Frame({1, 2, 3}));
+    EXPECT_EQ(Shown(400, 300), (Pixel{1, 2, 3}));
+}
+
+TEST_F(ImageAdjust, BehindTheCamerasEndARecoloringSetsNothing)
+{
+    Start({.colorMode = "9"});
+    ASSERT_EQ(ZVK_Camera_SetContrastLimits(0, 1.0, 77.0), ZVK_SUCCESS);
+    ASSERT_EQ(ZVK_Camera_Shutdown(0), ZVK_SUCCESS);
+    EXPECT_EQ(ZVK_Camera_AdjustFlOverlayRGB(0, 1.0, 1.0, 1.0), ZVK_CAMERA_NOT_INITIALIZED);
+    EXPECT_EQ(ZVK_Camera_SetCurrentLiveAsBackgroundImage(0), ZVK_CAMERA_NOT_INITIALIZED);
+    EXPECT_EQ(Get(&ZVK_CameraState::contrastHigh), 77.0);
+    EXPECT_EQ(Get(&ZVK_CameraState::backgroundOn), 0);
 }
 
 TEST_F(ImageAdjust, AlphaOutOfRangeIsClampedWithAWarning)
@@ -337,5 +430,23 @@ TEST_F(ImageAdjust, EachFlipTurnsThePictureAsItIsTold)
                                     Shown(795, 595)[0]}),
                   row.corners);
         EXPECT_EQ(g_camera.displayImage.size(), cv::Size(800, 600));
+    }
+}
+
+TEST_F(ImageAdjust, ATransposedPictureIsPressedIntoTheWindowByAreas)
+{
+    Start({.width = "90", .height = "37"});
+    cv::Mat frame(256, 256, CV_8UC3);
+    cv::RNG(7).fill(frame, cv::RNG::UNIFORM, 0, 256);
+    for (const int32_t flip : {3, 4}) {
+        ASSERT_EQ(ZVK_Camera_FlipImage(0, flip), ZVK_SUCCESS);
+        Show(frame);
+        cv::Mat scaled;
+        cv::Mat expected;
+        cv::resize(frame, scaled, {90, 37}, 0.0, 0.0, cv::INTER_AREA);
+        cv::transpose(scaled, scaled);
+        cv::resize(scaled, expected, {90, 37}, 0.0, 0.0, cv::INTER_AREA);
+        cv::flip(expected, expected, flip - 3);
+        EXPECT_EQ(cv::norm(expected, g_camera.displayImage, cv::NORM_L1), 0.0) << flip;
     }
 }

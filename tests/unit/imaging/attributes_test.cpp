@@ -372,3 +372,37 @@ TEST_F(CameraAttributes, HandlesShowThePicturesUntilAFullEnd)
     EXPECT_EQ(display, nullptr);
     EXPECT_EQ(overlay, nullptr);
 }
+
+TEST_F(CameraAttributes, OneSideOf0IsEnoughForNoResolution)
+{
+    for (const auto &[x, y] : {std::pair("1", "512"), std::pair("512", "1")}) {
+        g_camera = {};
+        BringUp({.nativeX = x, .nativeY = y});
+        int32_t width = 7;
+        int32_t height = 7;
+        EXPECT_EQ(ZVK_Camera_GetAcquiredImageSize(0, &width, &height), ZVK_SUCCESS);
+        EXPECT_EQ(width + height, 256) << x;
+        EXPECT_EQ(ZVK_Camera_GetAcquisitionResolution(0, &width, &height),
+                  ZVK_CAMERA_NOT_CONFIGURED);
+        EXPECT_EQ(width + height, 256) << x;
+    }
+}
+
+TEST_F(CameraAttributes, NameModeAndBothCoordinatesOfTheMouseAreTold)
+{
+    BringUp();
+    char name[256] = {};
+    EXPECT_EQ(ZVK_Camera_GetModelName(0, name), ZVK_SUCCESS);
+    EXPECT_STREQ(name, "Simulated Camera");
+    EXPECT_STREQ(g_camera.modelName, "Simulated Camera");
+    CameraSet(&ZVK_CameraState::acquisitionMode, int32_t{3});
+    int32_t mode = 0;
+    EXPECT_EQ(ZVK_Camera_GetAcquisitionMode(0, &mode), ZVK_SUCCESS);
+    EXPECT_EQ(mode, 3);
+    int32_t x = 0;
+    int32_t y = 0;
+    ASSERT_TRUE(windows.Mouse("Camera Window", 0, 400, 150, 0));
+    EXPECT_EQ(ZVK_Camera_GetPixelPosition(0, &x, &y), ZVK_SUCCESS);
+    EXPECT_EQ(x, 128);
+    EXPECT_EQ(y, 64);
+}

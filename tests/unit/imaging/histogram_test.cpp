@@ -195,3 +195,19 @@ TEST_F(ImageHistogram, AWindowThatFailsDoesNotStopThePasses)
     EXPECT_EQ(windows.Pictures().back().title, "Camera Window");
     EXPECT_EQ(ZVK_Camera_ComputeHistogram(0), ZVK_SUCCESS);
 }
+
+TEST_F(ImageHistogram, TheFrameIsCountedAndNotWhatABackgroundMakesOfIt)
+{
+    Start({.colorMode = "7", .histogram = "1"});
+    Show(ThreeGreys(200, 200, 200));
+    ASSERT_EQ(ZVK_Camera_SetCurrentLiveAsBackgroundImage(0), ZVK_SUCCESS);
+    ASSERT_EQ(ZVK_Camera_EnableLiveAsBackgroundImage(0, 1), ZVK_SUCCESS);
+    ASSERT_EQ(ZVK_Camera_SetOverlayAlpha(0, 0.0), ZVK_SUCCESS);
+    ASSERT_EQ(ZVK_Camera_SetComputeHistogram(0, 1), ZVK_SUCCESS);
+    Show(ThreeGreys(30, 30, 30));
+    for (size_t i = 0; i < 4; ++i)
+        EXPECT_EQ(Bin(i, 30), 256 * 256) << i;
+    ASSERT_EQ(ZVK_Camera_ComputeHistogram(0), ZVK_SUCCESS);
+    for (size_t i = 0; i < 4; ++i)
+        EXPECT_EQ(Bin(i, 30), 256 * 256) << "by a client: " << i;
+}
