@@ -281,7 +281,8 @@ TEST_F(OverlayPictures, TheRateThenTheTrapsOfBothPathsThenTheFields)
     const std::vector<View> views = {
         {0, 0, 1000, 800, 1},
         {260, -100, 400, 300, 2},   // a trap on the plate of the rate, one on a field's edge
-        {276, 188, 293, 77, 2},     // traps just left of the window and above
+        {276, 150, 293, 77, 2},     // a trap just left of the window
+        {464, 300, 96, 84, 1},      // one whose column single precision would round up
         {549, 374, 31, 29, 1},      // few frame pixels
         {-100, -100, 700, 600, 3},  // all of it small
     };
