@@ -13,8 +13,8 @@ static std::string Config(const BeadSessionSettings &settings, int port)
     text << "[STAGE]\nMI=1\nSIMULATE=0\nBACKEND="
          << (settings.stage == BeadStage::kOutputs ? 16 : 1)
          << "\nSCALE=0.1\nCLOCKRATE=10000\nEVERYNSAMPLES=1000\nSAMPLESPERCHAN=1000\nSPEED=100\n"
-            "STEPSIZE=0.01\nRANGE=100\nTRIGGER=0\nIP=\"127.0.0.1\"\nNUMBEROFAXES=3\nPORTNUM="
-         << port
+            "RANGE=100\nTRIGGER=0\nIP=\"127.0.0.1\"\nNUMBEROFAXES=3\nSTEPSIZE="
+         << settings.stepSize << "\nPORTNUM=" << port
          << "\n[SUBDAQ]\nDAQNAME=\"SUBDAQ\"\n"
             "[FORCE]\nMI=1\nSIMULATE=0\nDAQNAME=\"SUBDAQ\"\nDAQCHANNELSA=\"ai0:2\"\n"
             "DAQCHANNELSB=\"ai4:6\"\nDAQCHANNELST=\"ai3\"\nDAQCHANNELSTDE=\"PFI1\"\n"

@@ -29,6 +29,9 @@ struct BeadSessionSettings
     int32_t averages = 10;
     double amplitude = 0.25;  // micrometres
     int32_t hertz = 32;
+    // Micrometres between the points of a stage on outputs. Its staircase has images about the rate
+    // of its points, which belong above the fit's range: 4 * amplitude / stepSize * hertz.
+    double stepSize = 0.001;
     // Samples a second, the card's most for one channel: above 300,000, so that no pulse falls into
     // the dead zone behind the one before.
     double singleRate = 320000.0;
