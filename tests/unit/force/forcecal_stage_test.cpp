@@ -93,6 +93,11 @@ TEST_F(ForceCalStage, TheTriggerShakesTheFirstAxisWhileItReadsTheReference)
     const auto end = std::find(calls.begin(), calls.end(), "clearTask(t5)");
     EXPECT_NE(std::find(end, calls.end(), "setWriteAttribute(t2, 0x1453, 10097)"), calls.end())
         << "it is ended behind the acquisition";
+    const std::vector<double> period =
+        card->Blocks().at(0);  // of both outputs, one behind the other
+    const auto middle = period.begin() + static_cast<ptrdiff_t>(period.size() / 2);
+    EXPECT_NE(*std::max_element(period.begin(), middle), *std::min_element(period.begin(), middle));
+    EXPECT_EQ(*std::max_element(middle, period.end()), *std::min_element(middle, period.end()));
     EXPECT_EQ(g_stage.oscillating[0], 0);
     EXPECT_EQ(clock->Delays(), (std::vector<double>{0.1}));
 }
