@@ -669,7 +669,9 @@ ZVK_API int32_t ZVK_ForceCal_SaveDataRWQS(SessionHandle SessionHandle, const cha
  * Reads the sixteen files and analyses them anew under the present settings. Runs that hold nothing
  * are marked as empty. Does not ask whether the module is up. Histograms come back only into a
  * container that a run without oscillation has filled in this process, and potentials are not
- * fitted: call ZVK_ForceCal_UpdatePotFits. What a header lacks keeps the value of before, rows that
+ * fitted: call ZVK_ForceCal_UpdatePotFits. A load does not tell which axis a run was along either:
+ * the active method takes the signal of the run that filled the container in this process, and X
+ * where there was none. What a header lacks keeps the value of before, rows that
  * a file lacks are 0; a count above 65536 that is also above the bytes of the file is no count.
  *
  * @return 0, else the first that applies:

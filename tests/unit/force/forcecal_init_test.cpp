@@ -403,6 +403,16 @@ TEST_F(ForceCalInit, WaterHasTheViscosityOfItsTemperatureOnceItIsComputed)
     // Tables of water at 20 degrees Celsius give 1.0016 mPa s (international association for the
     // properties of water and steam, 2008).
     EXPECT_NEAR(viscosity, 1.0016e-3, 0.01e-3);
+    const struct
+    {
+        double temperature;
+        double tabled;
+    } rows[] = {{278.15, 1.5182e-3}, {298.15, 0.8900e-3}, {310.15, 0.6913e-3}, {323.15, 0.5465e-3}};
+    for (const auto &row : rows) {
+        EXPECT_EQ(ZVK_ForceCal_SetTemperature(0, row.temperature), 0);
+        EXPECT_EQ(ZVK_ForceCal_ComputeViscosity(0, 77.0), 0);
+        EXPECT_NEAR(g_forceCal.Viscosity / row.tabled, 1.0, 0.015) << row.temperature;
+    }
 }
 
 TEST_F(ForceCalInit, AnotherMediumTakesTheArgumentAndAnUnknownOneIsRefused)

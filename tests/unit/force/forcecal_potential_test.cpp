@@ -141,6 +141,12 @@ TEST_F(ForceCalPotential, FewBinsOrNoneTouchNothingOutside)
         EXPECT_EQ(ZVK_ForceCal_CreatePotFit(&Data()), 0) << bins;
         EXPECT_EQ(ZVK_ForceCal_Create2DBinning(&Data()), 0) << bins;
         EXPECT_EQ(Data().PotFitEntries[0], bins < 1 ? 0 : bins) << bins;
+        int32_t entries = 77;
+        EXPECT_EQ(ZVK_ForceCal_ReturnData(0, 1, 3, ZVK_FORCECAL_HISTOGRAM, 0, &entries, nullptr,
+                                          nullptr, nullptr, nullptr, nullptr),
+                  0);
+        EXPECT_EQ(entries, std::max(bins, 0)) << bins;
+        (void)ReadAllHandedOut();
     }
 }
 
