@@ -2,13 +2,29 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 #include <new>
+
+#include <dlfcn.h>
 
 static constinit std::atomic<int64_t> s_live{0};
 static constinit std::atomic<int64_t> s_untilFailure{0};  // 0: not armed
 static constinit std::atomic<bool> s_allThreads{false};
 static constinit std::atomic<bool> s_failed{false};
 static constinit thread_local bool t_armedHere = false;
+
+static constinit thread_local const char *t_passOver = nullptr;
+static constinit thread_local int64_t t_counted = 0;
+
+// `caller` is an address inside the function that asks.
+static void Count(const void *caller)
+{
+    if (!t_passOver) return;
+    Dl_info place{};
+    if (dladdr(caller, &place) != 0 && place.dli_fname && std::strstr(place.dli_fname, t_passOver))
+        return;
+    ++t_counted;
+}
 
 static bool MustFail()
 {
@@ -35,12 +51,14 @@ static void ReleaseCounted(void *block)
 // The other forms of new and delete are made of these by the language's library.
 void *operator new(size_t bytes)
 {
+    Count(__builtin_return_address(0));
     if (MustFail()) throw std::bad_alloc();
     return Counted(std::malloc(bytes > 0 ? bytes : 1));
 }
 
 void *operator new(size_t bytes, std::align_val_t alignment)
 {
+    Count(__builtin_return_address(0));
     if (MustFail()) throw std::bad_alloc();
     const size_t step = static_cast<size_t>(alignment);
     const size_t rounded = (bytes + step - 1) / step * step;
@@ -49,6 +67,7 @@ void *operator new(size_t bytes, std::align_val_t alignment)
 
 void *operator new(size_t bytes, const std::nothrow_t &) noexcept
 {
+    Count(__builtin_return_address(0));
     if (MustFail()) return nullptr;
     return Counted(std::malloc(bytes > 0 ? bytes : 1));
 }
@@ -81,3 +100,13 @@ FailingNew::~FailingNew()
 bool FailingNew::Failed() const { return s_failed; }
 
 int64_t LiveNewBlocks() { return s_live; }
+
+AllocationsBut::AllocationsBut(const char *library)
+{
+    t_counted = 0;
+    t_passOver = library;
+}
+
+AllocationsBut::~AllocationsBut() { t_passOver = nullptr; }
+
+int64_t AllocationsBut::Count() const { return t_counted; }

@@ -29,6 +29,20 @@ public:
 // C++ blocks of all threads that are out: a difference of two readings shows a leak.
 int64_t LiveNewBlocks();
 
+// Counts this thread's C++ allocations, as long as the object lives, but for those that one outside
+// library asks for. The C library's own heap calls are not seen. One object at a time.
+class AllocationsBut
+{
+public:
+    // A part of the library's file name, such as "libopencv".
+    explicit AllocationsBut(const char *library);
+    ~AllocationsBut();
+    AllocationsBut(const AllocationsBut &) = delete;
+    AllocationsBut &operator=(const AllocationsBut &) = delete;
+
+    int64_t Count() const;
+};
+
 // Runs `call` with the first C++ allocation of this thread failing, then the second, and so on,
 // until none fails. `check`, a function of a bool, sees after each run whether one failed. Gives
 // the number of allocations. Nothing of the test itself belongs into `call`.
