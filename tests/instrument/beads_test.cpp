@@ -13,7 +13,9 @@
 #include <cmath>
 #include <complex>
 #include <fstream>
+#include <iterator>
 #include <numbers>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -192,6 +194,45 @@ TEST_F(Beads, OneSeedGivesOneSeriesHoweverItIsCutAndAnotherSeedAnotherOne)
         EXPECT_FALSE(other[c] == whole[c]) << c;
     for (size_t c = 1; c < whole.size(); ++c)
         EXPECT_FALSE(whole[0] == whole[c]) << c;
+}
+
+TEST_F(Beads, ACardThatBeginsItsTimeAnewDoesNotSeeTheSameJitterAgain)
+{
+    VirtualBeads beads(Quiet(6));
+    ASSERT_TRUE(beads.Attach({}));
+    const Samples first = Read("SUBDAQ/ai0", 10000.0, 1000, 1000)[0];
+    ZVC_Reset();
+    (void)ZVC_SetPace(ZVC_PACE_FAST);
+    ASSERT_TRUE(beads.Attach({}));
+    const Samples second = Read("SUBDAQ/ai0", 10000.0, 1000, 1000)[0];
+    EXPECT_NE(first[0], second[0]);
+    EXPECT_NE(first[999], second[999]);
+}
+
+TEST_F(Beads, SettingsThatNoBeadCanHaveAreRefused)
+{
+    using Change = void (*)(VirtualBeadsSettings &);
+    const Change bad[] = {
+        [](VirtualBeadsSettings &s) { s.temperatureK = -1.0; },
+        [](VirtualBeadsSettings &s) { s.viscosity = 0.0; },
+        [](VirtualBeadsSettings &s) { s.beads[0].diameterM = std::nan(""); },
+        [](VirtualBeadsSettings &s) { s.beads[1].stiffness[2] = 0.0; },
+        [](VirtualBeadsSettings &s) { s.beads[0].stiffness[1] = -1e-5; },
+        [](VirtualBeadsSettings &s) { s.beads[1].sensitivity[0] = 0.0; },
+        [](VirtualBeadsSettings &s) { s.beads[0].sumVolts = HUGE_VAL; },
+        [](VirtualBeadsSettings &s) { s.beads[1].noise = -1e-9; },
+        [](VirtualBeadsSettings &s) { s.beads[0].rangeM = 0.0; },
+    };
+    for (size_t i = 0; i < std::size(bad); ++i) {
+        VirtualBeadsSettings settings;
+        bad[i](settings);
+        EXPECT_THROW(VirtualBeads{settings}, std::invalid_argument) << i;
+    }
+    VirtualBeadsSettings still;
+    still.temperatureK = 0.0;
+    still.beads[0].noise = 0.0;
+    still.beads[0].sensitivity[0] = -1e-6;  // a detector that is turned round
+    EXPECT_NO_THROW(VirtualBeads{still});
 }
 
 TEST_F(Beads, APauseKeepsTheCorrelationThatIsLeft)

@@ -16,6 +16,7 @@
 #include <locale>
 #include <numbers>
 #include <sstream>
+#include <stdexcept>
 #include <vector>
 
 constexpr int kAxes = 3;
@@ -85,9 +86,32 @@ VirtualBeadTruth VirtualBeads::Truth(int path, int axis) const
     return truth;
 }
 
+static void Require(bool holds, const char *what)
+{
+    if (!holds) throw std::invalid_argument(std::string("virtual beads: ") + what);
+}
+
+static void Check(const VirtualBeadsSettings &settings)
+{
+    const auto isAbove0 = [](double value) { return value > 0.0 && std::isfinite(value); };
+    const auto isNot = [](double value) { return value == 0.0 || !std::isfinite(value); };
+    Require(settings.temperatureK == 0.0 || isAbove0(settings.temperatureK), "temperature");
+    Require(isAbove0(settings.viscosity), "viscosity");
+    for (const VirtualBead &bead : settings.beads) {
+        Require(isAbove0(bead.diameterM), "diameter");
+        Require(std::all_of(bead.stiffness.begin(), bead.stiffness.end(), isAbove0), "stiffness");
+        Require(std::none_of(bead.sensitivity.begin(), bead.sensitivity.end(), isNot),
+                "sensitivity");
+        Require(std::isfinite(bead.sumVolts), "sum");
+        Require(bead.noise == 0.0 || isAbove0(bead.noise), "noise");
+        Require(isAbove0(bead.rangeM), "range");
+    }
+}
+
 VirtualBeads::VirtualBeads(const VirtualBeadsSettings &settings)
     : m_inside(std::make_unique<Inside>())
 {
+    Check(settings);
     m_inside->settings = settings;
     uint32_t stream = 0;
     const auto seed = [&](BeadPlace &place) {

@@ -88,6 +88,8 @@ struct VirtualBeadTruth
 class VirtualBeads
 {
 public:
+    // Throws std::invalid_argument for a setting that no bead can have: the temperature, the noise
+    // and the sum may be 0, a sensitivity negative, all else is above 0.
     explicit VirtualBeads(const VirtualBeadsSettings &settings = {});
     ~VirtualBeads();  // the inputs are back at 0 V
     VirtualBeads(const VirtualBeads &) = delete;
