@@ -1,8 +1,8 @@
 // The coordinate calls as a calibration tool uses them: measure, fit, set, save, load.
 
 #include "close_modules.h"
-#include "start_session.h"
 #include "scratch_folder.h"
+#include "start_session.h"
 #include "two_paths.h"
 
 #include "quorvex/quorvex.h"

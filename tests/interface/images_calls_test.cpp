@@ -2,9 +2,9 @@
 // display.
 
 #include "close_modules.h"
-#include "start_session.h"
 #include "other_process.h"
 #include "scratch_folder.h"
+#include "start_session.h"
 #include "two_paths.h"
 
 #include <quorvex/quorvex.h>

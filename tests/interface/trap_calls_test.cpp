@@ -1,8 +1,8 @@
 // Traps as a client of the shared library sees them: a simulated session with two paths.
 
 #include "close_modules.h"
-#include "start_session.h"
 #include "scratch_folder.h"
+#include "start_session.h"
 #include "two_paths.h"
 
 #include "quorvex/quorvex.h"
