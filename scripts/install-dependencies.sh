@@ -7,7 +7,7 @@ packages=(
     libgtest-dev libbenchmark-dev
     libeigen3-dev libserialport-dev libfftw3-dev libcairo2-dev fonts-dejavu-core
     libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev libopencv-videoio-dev
-    libx11-dev libxext-dev libxtst-dev xvfb
+    libx11-dev libxext-dev libxtst-dev xvfb chromium
     clang-format clang-tidy python3 git dpkg-dev
 )
 

@@ -95,9 +95,9 @@ int Progress::Do(const std::string &words, double seconds, const std::function<i
 }
 
 // A letter of a line from the user, 0 for an empty one, q at the end of input.
-static int ReadLetter()
+static char ReadLetter()
 {
-    int letter = 0;
+    char letter = 0;
     for (;;) {
         pollfd input = {STDIN_FILENO, POLLIN, 0};
         if (poll(&input, 1, kLookMs) <= 0) {

@@ -99,9 +99,9 @@ static void ListRuns(const CalibrationData &data,
             if (!recorded.isThere) continue;
             std::string text = Fixed(recorded.rate, 1) + " Hz, " + Count(recorded.averages) +
                                " segments of " + Count(recorded.segment) + " samples (" +
-                               Fixed(recorded.segment / recorded.rate, 4) + " s)";
+                               With(recorded.segment / recorded.rate, "s") + ")";
             if (run != kStillRun)
-                text += ", stage " + With(recorded.oscillationMicrometres, "\u00b5m") + " at " +
+                text += ", stage " + With(recorded.oscillationMicrometres, "\u00b5m") + ", " +
                         With(recorded.oscillationHertz, "Hz");
             list.emplace_back(std::string(path == 0 ? "Path A, " : "Path B, ") + runs[run], text);
         }
@@ -129,7 +129,7 @@ void ListSettings(const CalibrationWish &wish, CalibrationData &data)
     list.emplace_back("Histogram bins", Count(Get(ZVK_ForceCal_GetBins)));
     list.emplace_back("Range of the potential fit",
                       "within " + With(wish.potentialRange, "") + " standard deviations");
-    list.emplace_back("Axes y and z of the stage swapped", YesOrNo(Get(ZVK_ForceCal_GetSwapAxes)));
+    list.emplace_back("Stage axes y and z swapped", YesOrNo(Get(ZVK_ForceCal_GetSwapAxes)));
     ListRuns(data, list);
 }
 

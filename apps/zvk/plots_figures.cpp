@@ -12,6 +12,7 @@ constexpr double kPanelPitch = 240.0;
 constexpr double kPanelLeft = 52.0;
 constexpr double kPanelWidth = 174.0;
 constexpr double kTop = 22.0;
+constexpr double kGap = 12.0;    // between two frames, so that their numbers keep apart
 constexpr double kBelow = 36.0;  // room for numbers and the axis' name
 constexpr double kLowestRatio = 0.0;
 constexpr double kHighestRatio = 2.0;
@@ -151,7 +152,7 @@ static void DrawSpectrum(Picture &picture, int column, const RunData &run, doubl
     DrawText(picture, frame.x + 8.0, frame.y + frame.height - 10.0,
              "corner " + Fixed(fit.corner, 1) + " Hz");
 
-    Frame below = PanelAt(column, kTop + kHeight + 8.0, kRatioHeight);
+    Frame below = PanelAt(column, kTop + kHeight + kGap, kRatioHeight);
     below.across = frame.across;
     below.up = {kLowestRatio, kHighestRatio, false, "data / fit"};
     DrawLevel(picture, below, 1.0, kRed, "");
@@ -165,7 +166,7 @@ static std::string SpectraFigure(const std::array<const RunData *, kAxes> &runs,
 {
     if (!runs[0]->isThere && !runs[1]->isThere && !runs[2]->isThere) return {};
     Picture picture;
-    picture.height = kTop + 165.0 + 8.0 + 70.0 + kBelow;
+    picture.height = kTop + 165.0 + kGap + 70.0 + kBelow;
     for (int column = 0; column < kAxes; ++column)
         DrawSpectrum(picture, column, *runs[column], mostHertz);
     return SvgOf(picture, words);
@@ -205,7 +206,7 @@ static void DrawPotential(Picture &picture, int column, const PotentialData &dat
     DrawSteps(picture, frame, thousands, kBlue);
     DrawFrame(picture, frame, AxisName(column));
 
-    Frame below = PanelAt(column, kTop + kHeight + 8.0, kHeight);
+    Frame below = PanelAt(column, kTop + kHeight + kGap, kHeight);
     below.across = frame.across;
     below.up = AxisAround(data.potential.y, false, "potential (kT)");
     DrawDots(picture, below, data.potential, 1.5, kBlue);
@@ -218,7 +219,7 @@ std::string PotentialFigure(const PathData &data)
     const auto isThere = [](const PotentialData &one) { return one.histogram.x.size() > 1; };
     if (std::none_of(data.potentials.begin(), data.potentials.end(), isThere)) return {};
     Picture picture;
-    picture.height = kTop + 105.0 + 8.0 + 105.0 + kBelow;
+    picture.height = kTop + 105.0 + kGap + 105.0 + kBelow;
     for (int column = 0; column < kAxes; ++column)
         DrawPotential(picture, column, data.potentials[column]);
     return SvgOf(picture, "Histograms, and potentials with their parabolas");

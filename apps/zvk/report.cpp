@@ -17,7 +17,7 @@ const char *const kScaleWords =
     "tell twice the true K. Power spectrum and line scan are not concerned.";
 
 static const char kStyle[] = R"(
-@page { size: A4; margin: 16mm 15mm; }
+@page { size: A4; margin: 12mm 15mm; }
 * { box-sizing: border-box; }
 body { font: 15px/1.45 Georgia, 'Liberation Serif', 'DejaVu Serif', serif; color: #1a1a1a;
   background: #fff; max-width: 860px; margin: 0 auto; padding: 24px 20px 48px; }
@@ -40,7 +40,8 @@ th[scope=row], td.word, th.word { text-align: left; }
 figure { margin: 1.2em 0 1.6em; break-inside: avoid; page-break-inside: avoid; }
 figure svg { display: block; width: 100%; height: auto; }
 figcaption { font-size: .87em; margin-top: .3em; }
-.settings th { padding-right: 1.6em; white-space: normal; }
+table.settings { width: 100%; }
+.settings th { width: 30%; white-space: normal; }
 .settings td { white-space: normal; overflow-wrap: anywhere; }
 ul { padding-left: 1.2em; }
 .small { font-size: .87em; }
@@ -49,7 +50,10 @@ ul { padding-left: 1.2em; }
   figure svg { width: 640px; }
 }
 @media print {
-  body { max-width: none; padding: 0; font-size: 10.5pt; }
+  body { max-width: none; padding: 0; font-size: 10pt; line-height: 1.35; }
+  h2 { margin-top: 1.3em; }
+  figure { margin: .6em 0 .8em; }
+  th, td { padding-top: .2em; padding-bottom: .2em; }
   .scroll { overflow: visible; }
   h2 { break-after: avoid; page-break-after: avoid; }
   table, .verdict, .note { break-inside: avoid; page-break-inside: avoid; }
@@ -108,14 +112,17 @@ static void AddTables(Page &page, const CalibrationData &data, const Calibration
 {
     page.Heading("Stiffness K (pN/\u00b5m)");
     page.Table(StiffnessTable(data, results));
-    page.html += std::string("<p class=\"small\">Uncertainties are statistical, one standard "
-                             "deviation, from the scatter of the segments; they leave out what is "
-                             "common to all (temperature, viscosity, diameter, the stage's "
-                             "amplitude). pN/\u00b5m is \u00b5N/m.") +
-                 (data.truth.isKnown ? " An asterisk marks a result farther from the truth than "
-                                       "three uncertainties and 3 %."
-                                     : "") +
-                 "</p>\n";
+    page.html +=
+        std::string("<p class=\"small\">Uncertainties are statistical, one standard "
+                    "deviation, from the scatter of the segments; they leave out what is "
+                    "common to all (temperature, viscosity, diameter, the stage's "
+                    "amplitude). The mean is the weighted one of power spectrum and active, "
+                    "which come from different runs; the others share their samples or "
+                    "their \u03b2. pN/\u00b5m is \u00b5N/m.") +
+        (data.truth.isKnown ? " An asterisk marks a result farther from the truth than "
+                              "three uncertainties and 3 %."
+                            : "") +
+        "</p>\n";
     page.Heading("Sensitivity of the detectors \u03b2");
     page.Table(BetaTable(data, results));
     page.html +=
@@ -132,9 +139,10 @@ static void AddFigures(Page &page, const CalibrationData &data, const Calibratio
     const PathData &from = data.paths[path];
     const std::string name = path == 0 ? "Path A" : "Path B";
     page.Heading(name);
-    page.Figure(MethodsFigure(data, results, path),
-                name + ", stiffness by method, with one standard uncertainty. " +
-                    (data.truth.isKnown ? "Line: the truth." : "Dashed: the weighted mean."));
+    page.Figure(
+        MethodsFigure(data, results, path),
+        name + ", stiffness by method, with one standard uncertainty. " +
+            (data.truth.isKnown ? "Line: the truth." : "Dashed: the mean as in the table."));
     page.Figure(StillSpectraFigure(from, options.mostHertz),
                 name +
                     ", run without oscillation: power spectra in blocks (dots), the fitted "

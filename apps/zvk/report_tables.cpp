@@ -51,7 +51,7 @@ std::string StiffnessTable(const CalibrationData &data, const CalibrationResults
     std::string html = "<table class=\"wide\"><thead><tr>" + HeadCell("");
     for (const Method method : kColumns)
         html += HeadCell(MethodName(method));
-    html += HeadCell("weighted mean");
+    html += HeadCell("mean");
     if (data.truth.isKnown) html += HeadCell("true");
     html += HeadCell("verdict", " class=\"word\"") + "</tr></thead><tbody>\n";
     for (int path = 0; path < kPaths; ++path) {

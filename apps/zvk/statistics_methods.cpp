@@ -247,16 +247,28 @@ AxisResults WorkOutAxis(const CalibrationData &data, int path, int axis)
     return results;
 }
 
+// Of power spectrum and one more. The others share its samples or that one's beta, and would weigh
+// twice.
+static Measured IndependentMean(const std::vector<MethodResult> &results)
+{
+    std::vector<Measured> values;
+    for (const Method method : {Method::active, Method::equipartition, Method::potential}) {
+        for (const MethodResult &one : results)
+            if (one.method == method && values.empty()) values.push_back(one.real);
+    }
+    for (const MethodResult &one : results)
+        if (one.method == Method::powerSpectrum) values.push_back(one.real);
+    return WeightedMean(values);
+}
+
 Verdict Judge(const std::vector<MethodResult> &results)
 {
     Verdict verdict;
     if (results.size() < 2) return verdict;
-    std::vector<Measured> values;
     double least = results[0].real.value;
     double most = least;
     bool allKnown = true;
     for (const MethodResult &one : results) {
-        values.push_back(one.real);
         least = std::min(least, one.real.value);
         most = std::max(most, one.real.value);
         allKnown = allKnown && IsKnown(one.real.error);
@@ -269,7 +281,7 @@ Verdict Judge(const std::vector<MethodResult> &results)
             verdict.low = other.method;
         }
     }
-    verdict.mean = WeightedMean(values);
+    verdict.mean = IndependentMean(results);
     verdict.spread = most / least - 1.0;
     verdict.agreement = Agreement::disagree;
     if (verdict.spread >= 0.0 && verdict.spread <= kCloseSpread)

@@ -55,7 +55,7 @@ enum class Agreement
 struct Verdict
 {
     Agreement agreement = Agreement::none;
-    Measured mean;        // weighted
+    Measured mean;        // weighted, of power spectrum and active, else of what there is like them
     double spread = 0.0;  // largest over smallest, less 1
     double pull = 0.0;    // of the pair that lies farthest apart, in joint uncertainties
     Method high = Method::powerSpectrum;  // of that pair

@@ -60,6 +60,16 @@ TEST(Verdict, FollowsFromTheTableOfMethods)
     }
 }
 
+TEST(Verdict, TakesTheMeanOfWhatComesFromDifferentRuns)
+{
+    const std::vector<MethodResult> all = {
+        Result(Method::powerSpectrum, 50.0, 1.0), Result(Method::equipartition, 40.0, 1.0),
+        Result(Method::potential, 40.0, 1.0), Result(Method::active, 52.0, 1.0)};
+    EXPECT_NEAR(Judge(all).mean.value, 51.0, 1e-12);
+    EXPECT_NEAR(Judge(all).mean.error, std::sqrt(0.5), 1e-12);
+    EXPECT_NEAR(Judge({all[0], all[1], all[2]}).mean.value, 45.0, 1e-12) << "without active";
+}
+
 TEST(CompareWithTruth, AllowsThreeUncertaintiesOrThreePercent)
 {
     EXPECT_EQ(CompareWithTruth({102.9, 0.1}, 100.0), Closeness::within);
