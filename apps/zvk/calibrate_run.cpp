@@ -8,8 +8,10 @@
 
 #include "quorvex/quorvex.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <vector>
 
 constexpr SessionHandle kSession = 1;
 constexpr double kTriggerS = 0.7;
@@ -101,6 +103,22 @@ static bool HasSignal(int path, int run)
     return false;
 }
 
+// What was done other than asked, such as an amplitude beyond the stage's travel.
+static void TakeWarnings(const std::string &words, CalibrationData &data)
+{
+    int32_t count = 0;
+    if (ZVK_error_GetWarnings(kSession, &count, nullptr) < 0 || count < 1) return;
+    std::vector<int32_t> codes(static_cast<size_t>(count));
+    if (ZVK_error_GetWarnings(kSession, &count, codes.data()) < 0) return;
+    for (const int32_t code : codes) {
+        const std::string sentence =
+            StatusSentence((words + ", warning " + std::to_string(code)).c_str(), code);
+        auto &remarks = data.remarks;
+        if (std::find(remarks.begin(), remarks.end(), sentence) == remarks.end())
+            remarks.push_back(sentence);
+    }
+}
+
 static void Record(Plan &plan, int path, int run)
 {
     const std::string words = std::string(path == 0 ? "Path A, " : "Path B, ") + RunWords(run);
@@ -111,7 +129,14 @@ static void Record(Plan &plan, int path, int run)
     if (status == ZVK_FORCECAL_SPECTRUM_TOO_LONG)
         throw std::runtime_error(
             StatusSentence((words + " (raise MAX_FFT, or take shorter segments)").c_str(), status));
+    if (status == ZVK_FORCECAL_NO_TIME_DATA)
+        throw std::runtime_error(
+            words +
+            ": there are no samples. A segment holds at least one whole period of the "
+            "oscillation, and all of them together fewer than 2^31 samples: change --segment or "
+            "--averages.");
     Require(words.c_str(), status);
+    TakeWarnings(words, plan.data);
     if (EndingIsAsked()) return;
     if (!HasSignal(path, run))
         throw std::runtime_error(words +

@@ -7,6 +7,7 @@
 
 #include "quorvex/quorvex.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 
@@ -20,6 +21,7 @@ std::string StatusSentence(const char *what, int32_t status)
     std::string sentence = std::string(what) + ": " + text;
     while (!sentence.empty() && sentence.back() == '\n')
         sentence.pop_back();
+    std::replace(sentence.begin(), sentence.end(), '\n', ' ');
     return sentence;
 }
 

@@ -145,12 +145,14 @@ static void DrawSpectrum(Picture &picture, int column, const RunData &run, doubl
     DrawUpright(picture, frame, fit.corner, kFaint, "2 3");
     DrawDots(picture, frame, blocks.mean, 1.6, kBlue);
     DrawCurve(picture, frame, Sampled(fit, frame.across.low, frame.across.high), kRed, 1.0, "4 3");
-    DrawCurve(picture, frame,
-              Sampled(fit, signal.spectrumFit.x.front(), signal.spectrumFit.x.back()), kRed, 1.6);
+    if (!signal.spectrumFit.x.empty())
+        DrawCurve(picture, frame,
+                  Sampled(fit, signal.spectrumFit.x.front(), signal.spectrumFit.x.back()), kRed,
+                  1.6);
     DrawPeak(picture, frame, run, signal);
     DrawFrame(picture, frame, title);
     DrawText(picture, frame.x + 8.0, frame.y + frame.height - 10.0,
-             "corner " + Fixed(fit.corner, 1) + " Hz");
+             IsKnown(fit.corner) ? "corner " + Fixed(fit.corner, 1) + " Hz" : "no fit");
 
     Frame below = PanelAt(column, kTop + kHeight + kGap, kRatioHeight);
     below.across = frame.across;

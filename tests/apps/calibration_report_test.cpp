@@ -245,6 +245,22 @@ TEST(Figures, OfNothingAreEmpty)
     EXPECT_EQ(MethodsFigure({}, {}, 0), "");
 }
 
+// A range of the fit that holds no bin.
+TEST(Figures, ShowASpectrumWithoutAFit)
+{
+    CalibrationData data = SmallCalibration();
+    for (RunData &run : data.paths[0].runs) {
+        for (SignalData &signal : run.signals) {
+            signal.spectrumFit = {};
+            signal.fitPower.assign(4, {});
+        }
+    }
+    const std::string figure = StillSpectraFigure(data.paths[0], 500.0);
+    EXPECT_NE(figure.find("no fit"), std::string::npos);
+    EXPECT_EQ(WhatIsWrong(figure), "");
+    EXPECT_EQ(WhatIsWrong(ReportHtml(data, WorkOut(data), {500.0})), "");
+}
+
 TEST(Figures, SayWhereOneOfThreeIsMissing)
 {
     CalibrationData data = SmallCalibration();

@@ -82,6 +82,15 @@ def try_wrong_words(zvk, folder):
         assert "--report FILE" in run(zvk, command, "--help").stdout
 
 
+def try_odd_settings(zvk):
+    brief = ["--paths", "A", "--no-scan", "--averages", "2", "--segment"]
+    assert "there are no samples" in run(zvk, "calibrate", *brief, "0.001", code=1).stderr
+    out = run(zvk, "calibrate", *brief, "0.1", "--amplitude", "1000").stdout
+    assert "along x, warning 7" in out, "the stage can't oscillate so far"
+    for odd in (["--fit", "1e6:2e6"], ["--bins", "5"], ["--viscosity", "1e300"], ["--oscillation", "1000"]):
+        run(zvk, "calibrate", *brief, "0.1", *odd)
+
+
 def try_broken_files(zvk, folder):
     name = os.path.join(folder, "run1")
     broken = os.path.join(folder, "broken")
@@ -280,6 +289,7 @@ def main():
         report, again = try_calibration_and_analysis(zvk, folder)
         try_seeds(zvk)
         try_wrong_words(zvk, folder)
+        try_odd_settings(zvk)
         try_broken_files(zvk, folder)
         try_terminal(zvk)
         try_no_signal(zvk, things, folder)
