@@ -11,6 +11,8 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -50,7 +52,22 @@ struct Row
     bool counts;  // one that should meet the truth
 };
 
+// The stage's time: real while it comes up, since the library waits for it to arrive, then the
+// card's, so that the demo finds the same each time.
+struct StageClock
+{
+    std::atomic<bool> inCardTime = false;
+    std::atomic<double> aheadS = 0.0;
+};
+
 }  // namespace
+
+static double Seconds(const StageClock &clock)
+{
+    if (clock.inCardTime) return ZVC_Now() + clock.aheadS;
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration<double>(now).count();
+}
 
 static bool Done(const char *what, int32_t status, const std::string &outcome)
 {
@@ -214,9 +231,12 @@ bool WorkCalibration(const std::string &title, const std::string &truthFile)
 {
     PrintTitle(title);
     std::function<void(const VirtualStageTrigger &)> listener;
-    const VirtualStage stage({.onTrigger = [&](const VirtualStageTrigger &trigger) {
-        if (listener) listener(trigger);
-    }});
+    StageClock clock;
+    const VirtualStage stage({.clock = [&] { return Seconds(clock); },
+                              .onTrigger =
+                                  [&](const VirtualStageTrigger &trigger) {
+                                      if (listener) listener(trigger);
+                                  }});
     const int32_t port = stage.Port();
     (void)ZVC_SetPace(ZVC_PACE_FAST);
     (void)ZVC_SetMaxRate(kCardRate, 4.0 * kCardRate);
@@ -232,6 +252,8 @@ bool WorkCalibration(const std::string &title, const std::string &truthFile)
               "start values from default.cal"))
         return false;
 
+    clock.aheadS = Seconds(clock) - ZVC_Now();
+    clock.inCardTime = true;
     double viscosity = 0.0;
     (void)ZVK_ForceCal_ComputeViscosity(kSession, 0.0);
     (void)ZVK_ForceCal_GetViscosity(kSession, &viscosity);
@@ -241,6 +263,7 @@ bool WorkCalibration(const std::string &title, const std::string &truthFile)
     if (!beads.Attach({}) || !beads.WriteTruth(truthFile)) return Done("hold a bead", -1, "");
     PrintStep("hold a bead in each trap",
               Format("%.0f pN/um along x on path A", beads.Truth(kPath, 0).stiffness * 1e6));
+    PrintStep("write down what was put in", truthFile);
     LimitPotential(beads);
     const bool found = Acquire() && ScanStuckBead(beads) && Compare(beads);
     (void)ZVK_ForceCal_Shutdown(kSession);
