@@ -19,8 +19,33 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <functional>
 #include <string>
 #include <thread>
+
+constexpr size_t kFrameBytes = 800U * 600U * 3U;
+
+// Asks over and over until the fact holds; false when it doesn't within half a minute.
+static bool Soon(const std::function<bool()> &fact)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!fact()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+// Frames are raw, and go to the file one by one.
+static void AwaitFrames(const std::string &video, size_t frames, size_t bytesEach)
+{
+    EXPECT_TRUE(Soon([&] {
+        std::error_code none;
+        const auto bytes = std::filesystem::file_size(video, none);
+        return !none && bytes >= frames * bytesEach;
+    })) << video;
+}
 
 class ImageCalls : public ::testing::Test
 {
@@ -34,8 +59,18 @@ protected:
     }
     void TearDown() override { CloseModules(); }
 
-    // Waits until the display loop has shown frames of the time from here on.
-    static void WaitForPictures() { std::this_thread::sleep_for(std::chrono::milliseconds(200)); }
+    // The window as it is saved, once it shows what is asked for; empty when it never does.
+    cv::Mat Window(const std::string &name, const std::function<bool(const cv::Mat &)> &shows) const
+    {
+        std::string path = folder.Path(name);
+        cv::Mat picture;
+        const bool shown = Soon([&] {
+            EXPECT_EQ(ZVK_Camera_SaveImage(0, path.data(), 1), 0);
+            picture = cv::imread(path);
+            return shows(picture);
+        });
+        return shown ? picture : cv::Mat();
+    }
 
     static size_t CountFrames(const std::string &path)
     {
@@ -73,12 +108,12 @@ TEST_F(ImageCalls, ASavedWindowShowsTrapsFieldsAndTheClientsObjects)
     ASSERT_EQ(ZVK_Camera_SetUserOverlay(0, 1), 0);
     ASSERT_EQ(ZVK_ImageProc_AddMarker(0, nullptr, 300, 300, 40, "Bead", 3, 1), 0);
     ASSERT_EQ(ZVK_ImageProc_UpdateOverlay(0), 0);
-    WaitForPictures();
-    std::string path = folder.Path("window.png");
-    ASSERT_EQ(ZVK_Camera_SaveImage(0, path.data(), 1), 0);
-    const cv::Mat picture = cv::imread(path);
-    ASSERT_EQ(picture.size(), cv::Size(800, 600));
-    EXPECT_EQ(picture.at<cv::Vec3b>(300, 320), cv::Vec3b(255, 0, 255)) << "the marker";
+    const cv::Mat picture = Window("window.png", [](const cv::Mat &shown) {
+        return shown.size() == cv::Size(800, 600) &&
+               shown.at<cv::Vec3b>(300, 320) == cv::Vec3b(255, 0, 255) &&
+               shown.at<cv::Vec3b>(375, 560)[0] > 100;
+    });
+    ASSERT_EQ(picture.size(), cv::Size(800, 600)) << "the marker is shown";
     EXPECT_GT(picture.at<cv::Vec3b>(500, 150)[2], 200) << "the field of path A";
     EXPECT_GT(picture.at<cv::Vec3b>(375, 560)[0], 100) << "the circle of its first trap";
 }
@@ -93,23 +128,22 @@ TEST_F(ImageCalls, TheHandlesArePicturesOfOpenCv)
     EXPECT_EQ(overlay->width, 800);
     std::memset(overlay->imageData, 77, static_cast<size_t>(overlay->imageSize));
     ASSERT_EQ(ZVK_Camera_SetUserOverlay(0, 1), 0);
-    WaitForPictures();
-    std::string path = folder.Path("window.bmp");
-    ASSERT_EQ(ZVK_Camera_SaveImage(0, path.data(), 1), 0);
-    EXPECT_EQ(cv::imread(path).at<cv::Vec3b>(5, 5), cv::Vec3b(77, 77, 77));
+    EXPECT_FALSE(Window("window.bmp", [](const cv::Mat &shown) {
+                     return !shown.empty() && shown.at<cv::Vec3b>(5, 5) == cv::Vec3b(77, 77, 77);
+                 }).empty());
 }
 
 TEST_F(ImageCalls, AVideoStartedAtOnceIsPlayableAndANewOneFollows)
 {
     char path[4096] = "";
     ASSERT_EQ(ZVK_Camera_SaveVideo(0, 1, path, 0), 0);
-    WaitForPictures();
+    AwaitFrames(path, 4, kFrameBytes);
     ASSERT_EQ(ZVK_Camera_SaveVideo(0, 0, path, 0), 0);
     EXPECT_TRUE(std::string(path).starts_with(folder.Path("Videos"))) << path;
     EXPECT_GE(CountFrames(path), 3U);
     std::string second = folder.Path("second.avi");
     ASSERT_EQ(ZVK_Camera_SaveVideo(0, 1, second.data(), 0), 0);
-    WaitForPictures();
+    AwaitFrames(second, 4, kFrameBytes);
     ASSERT_EQ(ZVK_Camera_SaveVideo(0, 0, second.data(), 0), 0);
     EXPECT_GE(CountFrames(second), 3U);
 }
@@ -166,7 +200,7 @@ TEST_F(ImageCalls, ClientsCallEverythingWhileFramesRun)
     for (const int32_t resolution : {1, 2}) {
         EXPECT_EQ(ZVK_Camera_SaveVideo(0, 1, path.data(), 0), 0);
         EXPECT_EQ(ZVK_Camera_SetROI(0, resolution, 0, nullptr, nullptr), 0);
-        WaitForPictures();
+        AwaitFrames(path, 2, 20000);
         std::string picture = folder.Path("live.tif");
         EXPECT_EQ(ZVK_Camera_SaveImage(0, picture.data(), 1), 0);
         EXPECT_EQ(ZVK_Camera_SaveVideo(0, 0, path.data(), 0), 0);
@@ -184,7 +218,7 @@ TEST(DISABLED_ImageRole, EndsWhileItRecords)
     std::string path = std::string(std::getenv("ZVK_COMMON_APPDATA")) + "/ZVK640/ended.avi";
     ASSERT_GE(StartSession(), 0);
     ASSERT_EQ(ZVK_Camera_SaveVideo(0, 1, path.data(), 0), 0);
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    AwaitFrames(path, 4, kFrameBytes);
     std::exit(0);
 }
 
