@@ -114,6 +114,7 @@ TEST_F(WindowsOnScreen, ShowThePictureInItsColours)
     ASSERT_EQ(Show(picture), 0);
 
     ASSERT_TRUE(ShowsSoon(100, 50, kTeal));
+    ASSERT_TRUE(ShowsSoon(100 + kWidth - 1, 50 + kHeight - 1, kTeal));
     const cv::Mat seen = Desk().Look("window");
     EXPECT_EQ(seen.at<cv::Vec3b>(50 + 100, 100 + 200), kOrange);
     EXPECT_EQ(seen.at<cv::Vec3b>(50 + 139, 100 + 249), kOrange);
