@@ -21,8 +21,9 @@ std::string TwoPathsConfig();
 std::string TwoPathsObjective();
 std::string TwoPathsCalibration();
 
-// Writes all three, as config.ini, default.odf and default.cal, into the folder ZVK640 below `root`, which is made; false when that fails. `root` is
-// what the environment variable ZVK_COMMON_APPDATA names then.
+// Writes all three, as config.ini, default.odf and default.cal, into the folder ZVK640 below
+// `root`, which is made; false when that fails. `root` is what the environment variable
+// ZVK_COMMON_APPDATA names then.
 bool WriteTwoPathsFolder(const std::string &root);
 
 struct TwoPathsTrap

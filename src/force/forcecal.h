@@ -146,6 +146,8 @@ bool RenewArrays(double **const (&arrays)[Count], int64_t length)
 {
     return RenewArrays(arrays, Count, length);
 }
+// The same, with contents undefined: for those that the caller writes whole.
+bool RenewUnsetArrays(double **const (&arrays)[kSignals], int64_t length);
 // The spectrum arrays, which live from Init to Shutdown, are made again where they are missing.
 bool EnsureSpectrumArrays(ZVK_ForceCalDataContainer &data);
 int64_t SpectrumRoom();  // bins in each of them

@@ -12,18 +12,29 @@ int64_t SpectrumRoom()
     return std::max<int64_t>(g_forceCal.MaxFFT, 0) + 1;
 }
 
-bool RenewArrays(double **const *arrays, int count, int64_t length)
+static bool Renew(double **const *arrays, int count, int64_t length,
+                  void *(*allocate)(int64_t count, size_t valueSize))
 {
     for (int i = 0; i < count; ++i)
         Release(*arrays[i]);
     for (int i = 0; i < count; ++i) {
-        *arrays[i] = AllocateArray<double>(length);
+        *arrays[i] = static_cast<double *>(allocate(length, sizeof(double)));
         if (*arrays[i] != nullptr) continue;
         for (int made = 0; made < i; ++made)
             Release(*arrays[made]);
         return false;
     }
     return true;
+}
+
+bool RenewArrays(double **const *arrays, int count, int64_t length)
+{
+    return Renew(arrays, count, length, AllocateZeroed);
+}
+
+bool RenewUnsetArrays(double **const (&arrays)[kSignals], int64_t length)
+{
+    return Renew(arrays, kSignals, length, AllocateUnset);
 }
 
 bool EnsureSpectrumArrays(ZVK_ForceCalDataContainer &data)

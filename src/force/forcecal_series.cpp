@@ -83,8 +83,8 @@ int32_t ZVK_ForceCal_CorrectTD(struct ZVK_ForceCalDataContainer *Data)
 {
     if (!HasTimeData(*Data)) return ZVK_FORCECAL_NO_TIME_DATA;
     if (Data->TDAxis == nullptr) return ZVK_FORCECAL_NO_TIME_DATA;
-    if (!RenewArrays({&Data->TDCorrected[0], &Data->TDCorrected[1], &Data->TDCorrected[2]},
-                     Data->NumberOfSamples))
+    if (!RenewUnsetArrays({&Data->TDCorrected[0], &Data->TDCorrected[1], &Data->TDCorrected[2]},
+                          Data->NumberOfSamples))
         return ZVK_FORCE_NO_MEMORY;
     const int32_t segment = SegmentLength(*Data);
     CorrectSegments(*Data, segment);

@@ -18,13 +18,24 @@ void UseMemory(const ZVK_MemoryTable *table)
     s_memory.store(table ? table : &kHeap, std::memory_order_release);
 }
 
-void *AllocateZeroed(int64_t count, size_t valueSize)
+// 0 when the size overflows.
+static size_t BytesOf(int64_t count, size_t valueSize)
 {
     const size_t values = count > 0 ? static_cast<size_t>(count) : 0;
     size_t bytes = 0;
-    if (__builtin_mul_overflow(values, valueSize, &bytes)) return nullptr;
-    if (bytes == 0) bytes = 1;
-    void *block = Memory().allocate(bytes);
-    if (block) std::memset(block, 0, bytes);
+    if (__builtin_mul_overflow(values, valueSize, &bytes)) return 0;
+    return bytes > 0 ? bytes : 1;
+}
+
+void *AllocateZeroed(int64_t count, size_t valueSize)
+{
+    void *block = AllocateUnset(count, valueSize);
+    if (block) std::memset(block, 0, BytesOf(count, valueSize));
     return block;
+}
+
+void *AllocateUnset(int64_t count, size_t valueSize)
+{
+    const size_t bytes = BytesOf(count, valueSize);
+    return bytes > 0 ? Memory().allocate(bytes) : nullptr;
 }

@@ -20,6 +20,8 @@ void UseMemory(const ZVK_MemoryTable *table);  // null: malloc and free
 // overflows or memory is exhausted. A count of 0 gives a block all the same, so that null always
 // means failure.
 void *AllocateZeroed(int64_t count, size_t valueSize);
+// The same with contents undefined, for a large array that is written whole at once.
+void *AllocateUnset(int64_t count, size_t valueSize);
 
 template <class T>
 T *AllocateArray(int64_t count)
